@@ -1,0 +1,3 @@
+#include "QVConsumer/QVCException.h"
+
+QVCException::~QVCException() = default;

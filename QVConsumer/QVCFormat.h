@@ -1,0 +1,50 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <type_traits>
+
+#include "platform/QVCJSON.h"
+
+/// The texts the library writes: the "%@" text of a value, request paths
+/// joined from such texts, and the "%f" and "%ld" forms of numbers.
+class QVCFormat {
+public:
+    /// The "%@" text of a value: a text stays as it is, a number becomes its
+    /// decimal text (12.5 gives "12.5", 3.0 gives "3", true gives "1"), and a
+    /// JSON null (an absent value) becomes "(null)". Arrays and objects give
+    /// their JSON text.
+    static std::string object(const QVCJSON& value);
+    /// The same for a value that may be missing altogether (a null pointer).
+    static std::string object(const QVCJSON* value);
+    /// An absent text becomes "(null)".
+    static std::string object(const std::optional<std::string>& text);
+    static std::string object(const std::optional<QVCJSON>& value);
+
+    /// The "%@" texts of the parts, joined: format("a/", id, "/b") reads "a/42/b".
+    /// Integers are written in decimal.
+    template <typename... Parts>
+    static std::string format(const Parts&... parts) {
+        std::string text;
+        (text.append(piece(parts)), ...);
+        return text;
+    }
+
+    /// "%f": six digits after the decimal point.
+    static std::string decimal(double value);
+    /// "%ld": the integer in decimal.
+    static std::string integer(std::int64_t value);
+
+private:
+    static std::string piece(const char* text) { return text; }
+    static std::string piece(const std::string& text) { return text; }
+    template <typename T>
+    static std::string piece(const T& value) {
+        if constexpr (std::is_integral_v<T> && !std::is_same_v<T, bool>) {
+            return std::to_string(value);
+        } else {
+            return object(value);
+        }
+    }
+};

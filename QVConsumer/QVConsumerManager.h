@@ -1,0 +1,127 @@
+#pragma once
+
+#include <cstdint>
+#include <exception>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/QVCCompanyInfo.h"
+#include "platform/QVCErrorResponse.h"
+#include "platform/QVCJSON.h"
+#include "platform/QVCWebServiceHandler.h"
+#include "platform/QVCoreCP.h"
+
+struct QVCConsumerInfo;
+struct QVCMasterData;
+struct QVCOffer;
+struct QVCProduct;
+
+/// The library's entry point: one manager acts for one shopper. Each operation
+/// sends its request through the platform's web service handler and reports
+/// through its completion, exactly once unless stated otherwise, on the thread
+/// the platform delivers the answer on. Failures arrive in the completion as an
+/// error record or as the caught exception; nothing is thrown to the caller.
+class QVConsumerManager : public QVCoreCP, public std::enable_shared_from_this<QVConsumerManager> {
+public:
+    using Error = std::shared_ptr<QVCErrorResponse>;
+    using Products = std::vector<std::shared_ptr<QVCProduct>>;
+
+    /// (master data, error, exception)
+    using MasterDataCompletion =
+        std::function<void(std::shared_ptr<QVCMasterData> masterData, Error error, std::exception_ptr exception)>;
+    /// (consumer, error, exception): authentication, sign-up and profile update.
+    using ConsumerCompletion =
+        std::function<void(std::shared_ptr<QVCConsumerInfo> consumer, Error error, std::exception_ptr exception)>;
+    /// (points, status description, error, exception)
+    using LoyaltyCompletion = std::function<void(std::int64_t points, std::optional<std::string> description,
+                                                 Error error, std::exception_ptr exception)>;
+    /// (offers, error, exception)
+    using OffersCompletion = std::function<void(std::optional<std::vector<std::shared_ptr<QVCOffer>>> offers,
+                                                Error error, std::exception_ptr exception)>;
+    /// (offer, error, exception): offer by id and offer by code.
+    using OfferCompletion =
+        std::function<void(std::shared_ptr<QVCOffer> offer, Error error, std::exception_ptr exception)>;
+    /// (valid, products, amount off, error, exception)
+    using ValidationCompletion =
+        std::function<void(bool valid, std::optional<Products> products, std::optional<std::string> amountOff,
+                           Error error, std::exception_ptr exception)>;
+    /// (location, error, exception)
+    using RedemptionCompletion =
+        std::function<void(std::optional<std::string> location, Error error, std::exception_ptr exception)>;
+    /// (passed, error)
+    using RulesCheckCompletion = std::function<void(bool passed, Error error)>;
+    /// (success, error, exception)
+    using PushCompletion = std::function<void(bool success, Error error, std::exception_ptr exception)>;
+
+    /// Creates a manager: the platform base is initialised with the six
+    /// arguments (null when it refuses them), the simulation file is looked up
+    /// (see QVCBundle) and loyalty starts as "". Issues no request; completion
+    /// belongs to the platform base.
+    static std::shared_ptr<QVConsumerManager> initWithAppID(const std::optional<std::string>& appID,
+                                                            const std::optional<std::string>& appKey,
+                                                            std::shared_ptr<QVCCompanyInfo> companyInfo,
+                                                            const std::optional<std::string>& consumerID,
+                                                            std::int64_t environment,
+                                                            const StatusCompletion& completion);
+
+    /// Full path of the shipped simulation file passed with every request; none when not found.
+    const std::optional<std::string>& simulatePath() const { return simulatePath_; }
+    void setSimulatePath(std::optional<std::string> simulatePath) { simulatePath_ = std::move(simulatePath); }
+
+    /// The consumer's loyalty point balance as text: "" until a balance has been read.
+    const std::optional<std::string>& loyalty() const { return loyalty_; }
+    void setLoyalty(std::optional<std::string> loyalty) { loyalty_ = std::move(loyalty); }
+
+    /// The service's reference lists.
+    void getMasterDataWithCompletionWithCompletion(MasterDataCompletion completion);
+
+    /// Looks a consumer up by user name and makes it the current consumer.
+    void authenticateConsumerWithUserName(const std::optional<std::string>& userName, ConsumerCompletion completion);
+    /// Registers a new consumer; the caller's record comes back with its id set.
+    void signUpNewUserWithDetails(std::shared_ptr<QVCConsumerInfo> info, ConsumerCompletion completion);
+    /// Rewrites the current consumer's profile; the caller's record comes back with its id set.
+    void updateConsumerProfile(std::shared_ptr<QVCConsumerInfo> info, ConsumerCompletion completion);
+    /// The current consumer's loyalty balance and status; keeps the balance in loyalty().
+    void retrieveLoyaltyInfo(LoyaltyCompletion completion);
+
+    /// The current consumer's offers at the current facility.
+    void getAllOffersWithCompletionHandler(OffersCompletion completion);
+    /// What an offer code is worth against a basket.
+    void validateOfferWithOfferCode(const std::optional<std::string>& offerCode, std::optional<Products> products,
+                                    ValidationCompletion completionHandler);
+    /// One offer by its id.
+    void getOfferDetailsWithOfferID(const std::optional<QVCJSON>& offerID, OfferCompletion completion);
+    /// Redeems an offer for a purchase; reports the redemption's location.
+    void redeemOfferWithAmount(const std::optional<QVCJSON>& amount, const std::optional<std::string>& offerCode,
+                               const std::optional<QVCJSON>& referenceID, RedemptionCompletion completion);
+    /// One offer by the code a shopper types (white space is removed).
+    void getOfferWithOfferCode(const std::optional<std::string>& offerCode, OfferCompletion completion);
+    /// Checks an offer's rules locally; completes before it returns.
+    void offerRulesCheck(std::shared_ptr<QVCOffer> offer, const std::optional<std::string>& cartTotal,
+                         std::shared_ptr<QVCProduct> product, const RulesCheckCompletion& completion);
+
+    /// Hands the token to the platform and registers it for the current consumer.
+    void setPushDeviceToken(const std::optional<QVCJSON>& token, PushCompletion completion);
+    using QVCoreCP::setPushDeviceToken;
+
+private:
+    QVConsumerManager() = default;
+
+    /// The common call pattern: runs body(completion) inside the platform's
+    /// exception guard; an exception that escapes the body calls completion
+    /// once with that exception and every other argument empty. An empty
+    /// completion is replaced by one that does nothing.
+    template <typename... Args, typename Body>
+    void perform(std::function<void(Args...)> completion, const Body& body);
+
+    /// Issues one request through the platform's web service handler, with the
+    /// arguments every operation shares. httpMethod 0 reads, 1 sends body.
+    void request(const std::string& path, std::int64_t httpMethod, std::optional<QVCJSON> body,
+                 QVCResponseCompletion answer);
+
+    std::optional<std::string> simulatePath_;
+    std::optional<std::string> loyalty_;
+};

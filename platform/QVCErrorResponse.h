@@ -1,0 +1,46 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+/// An error record: why a request failed, or why the library refused an
+/// operation. It holds one or more messages, the kind of failure and, when the
+/// failure came with one, the HTTP status of the answer.
+class QVCErrorResponse {
+public:
+    /// What kind of failure this is, so that a host can branch on it instead of
+    /// parsing message text.
+    enum class Kind {
+        General,         ///< refused by the library or reported by the service in an answer body
+        Transport,       ///< the request could not be sent or the answer not read
+        Timeout,         ///< no complete answer within the allowed time
+        HTTPStatus,      ///< the service answered with an error status
+        Cancelled,       ///< the request was cancelled before an answer came
+        OutcomeUnknown,  ///< a send may have reached the service but no answer came
+    };
+
+    QVCErrorResponse(std::vector<std::string> messages, Kind kind, std::optional<int> httpStatus);
+
+    /// An error record of kind General holding the given messages.
+    static std::shared_ptr<QVCErrorResponse> initWithErrorMessages(std::vector<std::string> messages);
+    /// An error record of the given kind, with the answer's HTTP status when one is known.
+    static std::shared_ptr<QVCErrorResponse> initWithErrorMessages(std::vector<std::string> messages, Kind kind,
+                                                                   std::optional<int> httpStatus = std::nullopt);
+
+    const std::vector<std::string>& errorMessages() const { return messages_; }
+    Kind kind() const { return kind_; }
+    std::optional<int> httpStatus() const { return httpStatus_; }
+
+    /// The messages joined by "; ", preceded by "HTTP <status>: " when a status is known.
+    std::string description() const;
+
+private:
+    std::vector<std::string> messages_;
+    Kind kind_;
+    std::optional<int> httpStatus_;
+};
+
+/// The name of an error kind, for logs and diagnostics ("transport", "timeout", ...).
+const char* QVCErrorKindName(QVCErrorResponse::Kind kind);

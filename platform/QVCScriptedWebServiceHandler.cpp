@@ -1,0 +1,90 @@
+#include "platform/QVCScriptedWebServiceHandler.h"
+
+#include <stdexcept>
+#include <utility>
+
+QVCScriptedWebServiceHandler::QVCScriptedWebServiceHandler(Delivery delivery) : delivery_(delivery) {}
+
+void QVCScriptedWebServiceHandler::answerWith(QVCResponse response) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    script_.push_back(std::move(response));
+}
+
+void QVCScriptedWebServiceHandler::answerWithBody(QVCJSON body) {
+    answerWith(QVCResponse(std::move(body), {}, nullptr));
+}
+
+std::vector<QVCRecordedRequest> QVCScriptedWebServiceHandler::requests() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return requests_;
+}
+
+std::size_t QVCScriptedWebServiceHandler::requestCount() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return requests_.size();
+}
+
+QVCRecordedRequest QVCScriptedWebServiceHandler::lastRequest() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (requests_.empty()) {
+        throw std::out_of_range("the scripted web service handler has received no request");
+    }
+    return requests_.back();
+}
+
+std::size_t QVCScriptedWebServiceHandler::pendingCount() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return waiting_.size();
+}
+
+QVCResponse QVCScriptedWebServiceHandler::takeAnswerFor(const QVCRecordedRequest& request) {
+    if (script_.empty()) {
+        return QVCResponse(std::nullopt, {},
+                           QVCErrorResponse::initWithErrorMessages({"no scripted answer for request " +
+                                                                    std::to_string(request.httpMethod) + " \"" +
+                                                                    request.path + "\""}));
+    }
+    QVCResponse answer = std::move(script_.front());
+    script_.pop_front();
+    return answer;
+}
+
+void QVCScriptedWebServiceHandler::requestWithPath(const std::string& path, std::int64_t httpMethod,
+                                                   const std::string& contextMessageType,
+                                                   const std::optional<QVCHeaders>& headers,
+                                                   const std::optional<QVCJSON>& body, std::int64_t responseType,
+                                                   const std::optional<std::string>& simulateFilePath,
+                                                   QVCResponseCompletion completion) {
+    QVCRecordedRequest request{path, httpMethod,   contextMessageType, headers,
+                               body, responseType, simulateFilePath,   std::move(completion)};
+    std::unique_lock<std::mutex> lock(mutex_);
+    requests_.push_back(request);
+    if (delivery_ == Delivery::Deferred) {
+        waiting_.push_back(requests_.size() - 1);
+        return;
+    }
+    QVCResponse answer = takeAnswerFor(request);
+    lock.unlock();
+    request.completion(answer);
+}
+
+bool QVCScriptedWebServiceHandler::releaseNext() {
+    std::unique_lock<std::mutex> lock(mutex_);
+    if (waiting_.empty()) {
+        return false;
+    }
+    QVCRecordedRequest request = requests_[waiting_.front()];
+    waiting_.pop_front();
+    QVCResponse answer = takeAnswerFor(request);
+    lock.unlock();
+    request.completion(answer);
+    return true;
+}
+
+std::size_t QVCScriptedWebServiceHandler::releaseAll() {
+    std::size_t answered = 0;
+    while (releaseNext()) {
+        ++answered;
+    }
+    return answered;
+}

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <exception>
+#include <functional>
+
+#include "platform/QVCJSON.h"
+
+/// Class operations that every operation of the library relies on.
+class QVCUtility {
+public:
+    /// Runs body. If an exception escapes it, body stops there and
+    /// handleException is called once with that exception; nothing escapes.
+    static void safetyCheck(const std::function<void()>& body,
+                            const std::function<void(std::exception_ptr)>& handleException);
+
+    /// The value itself when it is an ordinary value. A missing value (a null
+    /// pointer, as a lookup of an absent key gives) and a JSON null both become
+    /// the JSON null, which a JSON object can hold as a member and which the
+    /// library's readers store as an absent value.
+    static const QVCJSON& getNonNullValue(const QVCJSON* value);
+    static const QVCJSON& getNonNullValue(const QVCJSON& value);
+};

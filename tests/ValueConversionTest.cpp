@@ -1,0 +1,113 @@
+#include <gtest/gtest.h>
+
+#include <limits>
+
+#include "QVConsumer/QVCDocument.h"
+#include "QVConsumer/QVCException.h"
+#include "QVConsumer/QVCFormat.h"
+#include "QVConsumer/QVCNumber.h"
+
+namespace {
+
+TEST(ObjectText, FormatsTextsNumbersAndAbsence) {
+    EXPECT_EQ(QVCFormat::object(QVCJSON("abc")), "abc");
+    EXPECT_EQ(QVCFormat::object(QVCJSON(404)), "404");
+    EXPECT_EQ(QVCFormat::object(QVCJSON(-7)), "-7");
+    EXPECT_EQ(QVCFormat::object(QVCJSON(12.5)), "12.5");
+    EXPECT_EQ(QVCFormat::object(QVCJSON(3.0)), "3");
+    EXPECT_EQ(QVCFormat::object(QVCJSON(0.1)), "0.1");
+    EXPECT_EQ(QVCFormat::object(QVCJSON(true)), "1");
+    EXPECT_EQ(QVCFormat::object(QVCJSON(nullptr)), "(null)");
+    EXPECT_EQ(QVCFormat::object(static_cast<const QVCJSON*>(nullptr)), "(null)");
+    EXPECT_EQ(QVCFormat::object(std::optional<std::string>()), "(null)");
+    EXPECT_EQ(QVCFormat::object(std::optional<std::string>("")), "");
+}
+
+TEST(ObjectText, JoinsPathParts) {
+    std::optional<std::string> id = "42";
+    std::optional<std::string> none;
+    EXPECT_EQ(QVCFormat::format("a/", id, "/b?f=", std::int64_t{7}), "a/42/b?f=7");
+    EXPECT_EQ(QVCFormat::format("a/", none, "/", QVCJSON(9)), "a/(null)/9");
+}
+
+TEST(ObjectText, WritesFixedDecimals) {
+    EXPECT_EQ(QVCFormat::decimal(25.0), "25.000000");
+    EXPECT_EQ(QVCFormat::decimal(8.0), "8.000000");
+    EXPECT_EQ(QVCFormat::decimal(-0.5), "-0.500000");
+    EXPECT_EQ(QVCFormat::integer(-12), "-12");
+}
+
+TEST(IntegerValue, ReadsLeadingDigitsOfText) {
+    EXPECT_EQ(QVCNumber::integerValue("007"), 7);
+    EXPECT_EQ(QVCNumber::integerValue("  -12abc"), -12);
+    EXPECT_EQ(QVCNumber::integerValue("+5"), 5);
+    EXPECT_EQ(QVCNumber::integerValue("42abc"), 42);
+    EXPECT_EQ(QVCNumber::integerValue("abc"), 0);
+    EXPECT_EQ(QVCNumber::integerValue(""), 0);
+    EXPECT_EQ(QVCNumber::integerValue("- 3"), 0);
+    EXPECT_EQ(QVCNumber::integerValue(std::optional<std::string>()), 0);
+    EXPECT_EQ(QVCNumber::integerValue("99999999999999999999"), std::numeric_limits<std::int64_t>::max());
+    EXPECT_EQ(QVCNumber::integerValue("-9223372036854775808"), std::numeric_limits<std::int64_t>::min());
+}
+
+TEST(IntegerValue, ReadsJsonNumbersAndRefusesNull) {
+    QVCJSON values = {{"int", 5}, {"float", -12.9}, {"text", "8x"}, {"null", nullptr}, {"list", {1}}};
+    EXPECT_EQ(QVCNumber::integerValue(&values["int"], "int"), 5);
+    EXPECT_EQ(QVCNumber::integerValue(&values["float"], "float"), -12);
+    EXPECT_EQ(QVCNumber::integerValue(&values["text"], "text"), 8);
+    EXPECT_EQ(QVCNumber::integerValue(nullptr, "missing"), 0);
+    try {
+        QVCNumber::integerValue(&values["null"], "states[1].sortOrder");
+        FAIL() << "a null has no integer value";
+    } catch (const QVCException& exception) {
+        EXPECT_STREQ(exception.what(), "states[1].sortOrder is null and has no integer value");
+    }
+    EXPECT_THROW(QVCNumber::integerValue(&values["list"], "list"), QVCException);
+}
+
+TEST(IntegerValue, ThirtyTwoBitReadingClampsTextAndWrapsNumbers) {
+    QVCJSON big = "99999999999";
+    QVCJSON wide = std::int64_t{4294967297};
+    EXPECT_EQ(QVCNumber::intValue(&big, "id"), std::numeric_limits<std::int32_t>::max());
+    EXPECT_EQ(QVCNumber::intValue(&wide, "id"), 1);
+}
+
+TEST(DoubleValue, ReadsTheLeadingDecimalNumber) {
+    EXPECT_DOUBLE_EQ(QVCNumber::doubleValue("12.50"), 12.5);
+    EXPECT_DOUBLE_EQ(QVCNumber::doubleValue("  -3.5kg"), -3.5);
+    EXPECT_DOUBLE_EQ(QVCNumber::doubleValue(".5"), 0.5);
+    EXPECT_DOUBLE_EQ(QVCNumber::doubleValue("1e3"), 1000.0);
+    EXPECT_DOUBLE_EQ(QVCNumber::doubleValue("50.000000"), 50.0);
+    EXPECT_DOUBLE_EQ(QVCNumber::doubleValue("abc"), 0.0);
+    EXPECT_DOUBLE_EQ(QVCNumber::doubleValue("inf"), 0.0);
+    EXPECT_DOUBLE_EQ(QVCNumber::doubleValue("(null)"), 0.0);
+    EXPECT_DOUBLE_EQ(QVCNumber::doubleValue(std::optional<std::string>()), 0.0);
+    EXPECT_DOUBLE_EQ(QVCNumber::doubleValue("1e-400"), 0.0);
+    QVCJSON number = 3;
+    EXPECT_DOUBLE_EQ(QVCNumber::doubleValue(&number, "price"), 3.0);
+}
+
+TEST(Document, NamesTheValueAtFault) {
+    const QVCJSON document = {{"list", {1}}, {"text", "x"}};
+    EXPECT_EQ(QVCDocument::valueForKey(document, "absent", "doc"), nullptr);
+    try {
+        QVCDocument::valueForKey(document.at("text"), "id", "states[0]");
+        FAIL();
+    } catch (const QVCException& exception) {
+        EXPECT_STREQ(exception.what(), "cannot read key \"id\" of states[0]: it is a string, not an object");
+    }
+    try {
+        QVCDocument::elementAtIndex(document.at("list"), 1, "contactList");
+        FAIL();
+    } catch (const QVCException& exception) {
+        EXPECT_STREQ(exception.what(), "cannot take element 1 of contactList: it holds 1 elements");
+    }
+    EXPECT_THROW(QVCDocument::elementAtIndex(document, 0, "doc"), QVCException);
+
+    QVCJSON body = QVCJSON::object();
+    QVCDocument::setObject(body, "ok", std::optional<std::string>("v"));
+    EXPECT_THROW(QVCDocument::setObject(body, "firstName", std::optional<std::string>()), QVCException);
+    EXPECT_EQ(body, (QVCJSON{{"ok", "v"}}));
+}
+
+}  // namespace
