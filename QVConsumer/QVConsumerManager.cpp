@@ -8,6 +8,8 @@
 #include "QVConsumer/QVCDocument.h"
 #include "QVConsumer/QVCException.h"
 #include "QVConsumer/QVCFormat.h"
+#include "QVConsumer/QVCMasterData.h"
+#include "QVConsumer/QVCPConstant.h"
 #include "platform/QVCUtility.h"
 
 template <typename... Args, typename Body>
@@ -60,6 +62,21 @@ void QVConsumerManager::setPushDeviceToken(const std::optional<QVCJSON>& token, 
                 done(false, response.error(), nullptr);
             } else {
                 done(true, nullptr, nullptr);
+            }
+        });
+    });
+}
+
+void QVConsumerManager::getMasterDataWithCompletionWithCompletion(MasterDataCompletion completion) {
+    perform(std::move(completion), [&](const MasterDataCompletion& done) {
+        request(_getMasterData, 0, std::nullopt, [done](const QVCResponse& response) {
+            const QVCJSON* document = response.objectForKey("consumerRs");
+            if (document != nullptr && document->is_object()) {
+                // Not guarded here: a malformed document's exception reaches the
+                // completion only while the request call is still running.
+                done(QVCMasterData::initWithResponse(*document), nullptr, nullptr);
+            } else {
+                done(nullptr, response.error(), nullptr);
             }
         });
     });
