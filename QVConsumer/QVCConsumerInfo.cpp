@@ -13,7 +13,7 @@ namespace {
 // The reader works on pointers: nullptr is an absent value, through which
 // every further lookup yields absence. A JSON null is absent only once it has
 // passed the platform's null filter (filtered()); a JSON null taken straight
-// out of a list (element()) is a value, and looking a key up in it raises.
+// out of a list (firstElement()) is a value, and looking a key up in it raises.
 
 /// The platform's null filter: a missing value and a JSON null become absent.
 const QVCJSON* filtered(const QVCJSON* value) {
@@ -27,11 +27,6 @@ const QVCJSON* member(const QVCJSON* object, const std::string& key, const std::
     return object == nullptr ? nullptr : QVCDocument::valueForKey(*object, key, what);
 }
 
-/// The filtered member key of object.
-const QVCJSON* lookup(const QVCJSON* object, const std::string& key, const std::string& what) {
-    return filtered(member(object, key, what));
-}
-
 /// Element 0 of list, unfiltered; absent when list is absent. Raises when list
 /// is present but not a list or empty.
 const QVCJSON* firstElement(const QVCJSON* list, const std::string& what) {
@@ -40,29 +35,55 @@ const QVCJSON* firstElement(const QVCJSON* list, const std::string& what) {
 
 /// A filtered value stored as text: absent stays absent; a text is kept; any
 /// other value is kept as its "%@" text.
-std::optional<std::string> text(const QVCJSON* value) {
+std::optional<std::string> textOf(const QVCJSON* value) {
     if (value == nullptr) {
         return std::nullopt;
     }
     return QVCFormat::object(*value);
 }
 
-/// A filtered value formatted with "%@": absent becomes "(null)".
-std::string formatted(const QVCJSON* value) {
-    return QVCFormat::object(value);
-}
+/// One object of the document being read (absent when its branch is
+/// missing), with its path for messages.
+class Branch {
+public:
+    Branch(const QVCJSON* value, std::string path) : value_(value), path_(std::move(path)) {}
 
-/// A filtered flag: true only for the text "Y"; absent is false. A present
-/// value that is not text cannot be compared with "Y" and raises.
-bool flag(const QVCJSON* value, const std::string& what) {
-    if (value == nullptr) {
-        return false;
+    /// The filtered member key.
+    const QVCJSON* lookup(const std::string& key) const { return filtered(member(value_, key, name())); }
+    /// The member key as text; absent stays absent.
+    std::optional<std::string> text(const std::string& key) const { return textOf(lookup(key)); }
+    /// The member key formatted with "%@": absent becomes "(null)".
+    std::string formatted(const std::string& key) const { return QVCFormat::object(lookup(key)); }
+    /// The member key as a flag: true only for the text "Y", absent is false.
+    /// A present value that is not text cannot be compared with "Y" and raises.
+    bool flag(const std::string& key) const {
+        const QVCJSON* value = lookup(key);
+        if (value != nullptr && !value->is_string()) {
+            throw QVCException("flag " + childPath(key) + " is " + QVCDocument::kindName(*value) + ", not text");
+        }
+        return value != nullptr && value->get_ref<const std::string&>() == "Y";
     }
-    if (!value->is_string()) {
-        throw QVCException("flag " + what + " is " + QVCDocument::kindName(*value) + ", not text");
+    /// Element 0 of the list under key, taken without the null filter.
+    Branch first(const std::string& key) const {
+        return Branch(firstElement(lookup(key), childPath(key)), childPath(key) + "[0]");
     }
-    return value->get_ref<const std::string&>() == "Y";
-}
+    /// The same, through the null filter: a JSON null element reads as absent.
+    Branch firstFiltered(const std::string& key) const {
+        return Branch(filtered(first(key).value_), childPath(key) + "[0]");
+    }
+    /// The filtered member key as a branch.
+    Branch child(const std::string& key) const { return Branch(lookup(key), childPath(key)); }
+    /// The member key, unfiltered, as a branch.
+    Branch unfilteredChild(const std::string& key) const { return Branch(member(value_, key, name()), childPath(key)); }
+    const QVCJSON* value() const { return value_; }
+    std::string childPath(const std::string& key) const { return path_.empty() ? key : path_ + "." + key; }
+
+private:
+    std::string name() const { return path_.empty() ? "the consumer document" : path_; }
+
+    const QVCJSON* value_;
+    std::string path_;
+};
 
 /// The service's preference type code is not converted to a number: the
 /// record gets a token that stands for the value object, not its code. The
@@ -113,98 +134,89 @@ QVCConsumerInfo::QVCConsumerInfo(PlatformDefaultsOnly)
 std::shared_ptr<QVCConsumerInfo> QVCConsumerInfo::initWithResponse(const QVCJSON& document) {
     // The steps run in this order; the order shows only in which fault of a
     // malformed document is reported first.
-    const QVCJSON* doc = &document;
+    const Branch doc(&document, "");
     std::shared_ptr<QVCConsumerInfo> record(new QVCConsumerInfo(PlatformDefaultsOnly{}));
 
     auto person = std::make_shared<QVCPersonalInfo>();
     record->personalInfo = person;
-    person->genderTypeCode = formatted(lookup(doc, "genderTypeCode", "the consumer document"));
-    person->maritalStatusTypeCode = formatted(lookup(doc, "maritalStatusTypeCode", "the consumer document"));
-    person->incomeRangeTypeCode = formatted(lookup(doc, "incomeRangeTypeCode", "the consumer document"));
-    person->educationTypeCode = formatted(lookup(doc, "educationTypeCode", "the consumer document"));
-    person->dateOfBirth = text(lookup(doc, "birthMonthDay", "the consumer document"));
-    person->ageRangeTypeCode = formatted(lookup(doc, "ageRangeTypeCode", "the consumer document"));
+    person->genderTypeCode = doc.formatted("genderTypeCode");
+    person->maritalStatusTypeCode = doc.formatted("maritalStatusTypeCode");
+    person->incomeRangeTypeCode = doc.formatted("incomeRangeTypeCode");
+    person->educationTypeCode = doc.formatted("educationTypeCode");
+    person->dateOfBirth = doc.text("birthMonthDay");
+    person->ageRangeTypeCode = doc.formatted("ageRangeTypeCode");
 
     // Only the first contact counts; a JSON null there reads as no contact.
-    const QVCJSON* contacts = lookup(doc, "contactList", "the consumer document");
-    const QVCJSON* contact = filtered(firstElement(contacts, "contactList"));
+    const Branch contact = doc.firstFiltered("contactList");
     const auto& contactInfo = person->contactInfo;
-    contactInfo->contactTypeCode = formatted(lookup(contact, "contactTypeCode", "contactList[0]"));
-    contactInfo->contactId = formatted(lookup(contact, "contactId", "contactList[0]"));
+    contactInfo->contactTypeCode = contact.formatted("contactTypeCode");
+    contactInfo->contactId = contact.formatted("contactId");
 
-    const QVCJSON* address = firstElement(lookup(contact, "address", "contactList[0]"), "contactList[0].address");
+    const Branch address = contact.first("address");
     const auto& addressInfo = contactInfo->addressInfo;
-    addressInfo->addressId = formatted(lookup(address, "addressId", "contactList[0].address[0]"));
-    addressInfo->line1 = text(lookup(address, "addressLine1", "contactList[0].address[0]"));
-    addressInfo->line2 = text(lookup(address, "addressLine2", "contactList[0].address[0]"));
-    addressInfo->line3 = text(lookup(address, "addressLine3", "contactList[0].address[0]"));
-    addressInfo->city = text(lookup(address, "city", "contactList[0].address[0]"));
-    addressInfo->postalCode = text(lookup(address, "postalCode", "contactList[0].address[0]"));
-    addressInfo->stateCode = text(lookup(address, "stateCode", "contactList[0].address[0]"));
-    addressInfo->countryCode = text(lookup(address, "countryCode", "contactList[0].address[0]"));
+    addressInfo->addressId = address.formatted("addressId");
+    addressInfo->line1 = address.text("addressLine1");
+    addressInfo->line2 = address.text("addressLine2");
+    addressInfo->line3 = address.text("addressLine3");
+    addressInfo->city = address.text("city");
+    addressInfo->postalCode = address.text("postalCode");
+    addressInfo->stateCode = address.text("stateCode");
+    addressInfo->countryCode = address.text("countryCode");
 
-    const QVCJSON* email = firstElement(lookup(contact, "email", "contactList[0]"), "contactList[0].email");
-    const auto& emailInfo = contactInfo->emailInfo;
-    emailInfo->addressId = formatted(lookup(email, "emailAddressId", "contactList[0].email[0]"));
-    emailInfo->address = text(lookup(email, "emailAddress", "contactList[0].email[0]"));
-    emailInfo->confirmedEmail =
-        flag(lookup(email, "confirmedFlag", "contactList[0].email[0]"), "contactList[0].email[0].confirmedFlag");
+    const Branch email = contact.first("email");
+    contactInfo->emailInfo->addressId = email.formatted("emailAddressId");
+    contactInfo->emailInfo->address = email.text("emailAddress");
+    contactInfo->emailInfo->confirmedEmail = email.flag("confirmedFlag");
 
-    const QVCJSON* phone = firstElement(lookup(contact, "phone", "contactList[0]"), "contactList[0].phone");
-    const auto& phoneInfo = contactInfo->phoneInfo;
-    phoneInfo->phoneId = formatted(lookup(phone, "phoneNumberId", "contactList[0].phone[0]"));
-    phoneInfo->number = text(lookup(phone, "phoneNumber", "contactList[0].phone[0]"));
-    phoneInfo->confirmedPhone =
-        flag(lookup(phone, "confirmedFlag", "contactList[0].phone[0]"), "contactList[0].phone[0].confirmedFlag");
+    const Branch phone = contact.first("phone");
+    contactInfo->phoneInfo->phoneId = phone.formatted("phoneNumberId");
+    contactInfo->phoneInfo->number = phone.text("phoneNumber");
+    contactInfo->phoneInfo->confirmedPhone = phone.flag("confirmedFlag");
     // The service's phone type code is not taken over: a read phone has none.
-    phoneInfo->phoneTypeCode = "";
+    contactInfo->phoneInfo->phoneTypeCode = "";
 
-    person->consumerName = text(lookup(doc, "userId", "the consumer document"));
-    person->occupationOther = formatted(lookup(doc, "occupationOther", "the consumer document"));
-    person->occupationTypeCode = formatted(lookup(doc, "occupationTypeCode", "the consumer document"));
+    person->consumerName = doc.text("userId");
+    person->occupationOther = doc.formatted("occupationOther");
+    person->occupationTypeCode = doc.formatted("occupationTypeCode");
 
     // The group and merchant type lists are walked (and their shape checked)
     // but the record keeps no code: its code lists are absent.
-    const QVCJSON* groups = lookup(doc, "consumerGroup", "the consumer document");
-    for (std::size_t i = 0, count = elementCount(groups, "consumerGroup"); i < count; ++i) {
-        const std::string what = "consumerGroup[" + std::to_string(i) + "]";
-        const QVCJSON* groupType = member(&groups->at(i), "consumerGroupType", what);
-        const QVCJSON* code = lookup(groupType, "groupCode", what + ".consumerGroupType");
+    const Branch groups = doc.child("consumerGroup");
+    for (std::size_t i = 0, count = elementCount(groups.value(), "consumerGroup"); i < count; ++i) {
+        const Branch group(&groups.value()->at(i), "consumerGroup[" + std::to_string(i) + "]");
+        const QVCJSON* code = group.unfilteredChild("consumerGroupType").lookup("groupCode");
         appendCode(record->consumerGroupCodes, code ? *code : QVCJSON());
     }
-    const QVCJSON* merchantTypes = lookup(doc, "consumerMerchantType", "the consumer document");
-    for (std::size_t i = 0, count = elementCount(merchantTypes, "consumerMerchantType"); i < count; ++i) {
-        const std::string what = "consumerMerchantType[" + std::to_string(i) + "]";
-        const QVCJSON* merchantType = member(&merchantTypes->at(i), "merchantType", what);
-        appendCode(record->merchantTypes, formatted(lookup(merchantType, "merchantTypeCode", what + ".merchantType")));
+    const Branch merchantTypes = doc.child("consumerMerchantType");
+    for (std::size_t i = 0, count = elementCount(merchantTypes.value(), "consumerMerchantType"); i < count; ++i) {
+        const Branch merchantType(&merchantTypes.value()->at(i), "consumerMerchantType[" + std::to_string(i) + "]");
+        appendCode(record->merchantTypes, merchantType.unfilteredChild("merchantType").formatted("merchantTypeCode"));
     }
 
     auto preference = std::make_shared<QVCPreference>();
     record->preference = preference;
-    preference->preferEmailFlag = flag(lookup(doc, "preferEmailFlag", "the consumer document"), "preferEmailFlag");
-    preference->preferSmsFlag = flag(lookup(doc, "preferSmsFlag", "the consumer document"), "preferSmsFlag");
-    preference->preferAppFlag = flag(lookup(doc, "preferAppFlag", "the consumer document"), "preferAppFlag");
-    preference->preferenceTypeCode = identityToken(lookup(contact, "preferenceTypeCode", "contactList[0]"));
+    preference->preferEmailFlag = doc.flag("preferEmailFlag");
+    preference->preferSmsFlag = doc.flag("preferSmsFlag");
+    preference->preferAppFlag = doc.flag("preferAppFlag");
+    preference->preferenceTypeCode = identityToken(contact.lookup("preferenceTypeCode"));
 
     record->loyaltyDetails = std::make_shared<QVCPLoyaltyDetails>();
 
-    record->activeAccount = flag(lookup(doc, "activeFlag", "the consumer document"), "activeFlag");
-    record->accountStatusCode = formatted(lookup(doc, "accountStatusCode", "the consumer document"));
-    record->consumerTypeCode = formatted(lookup(doc, "consumerTypeCode", "the consumer document"));
+    record->activeAccount = doc.flag("activeFlag");
+    record->accountStatusCode = doc.formatted("accountStatusCode");
+    record->consumerTypeCode = doc.formatted("consumerTypeCode");
 
     // The names live in the contact, not at the top level; the document has no prefix.
-    record->firstName = text(lookup(contact, "firstName", "contactList[0]"));
-    record->middleName = text(lookup(contact, "middleName", "contactList[0]"));
-    record->lastName = text(lookup(contact, "lastName", "contactList[0]"));
+    record->firstName = contact.text("firstName");
+    record->middleName = contact.text("middleName");
+    record->lastName = contact.text("lastName");
     record->prefix = "";
-    record->suffix = text(lookup(contact, "suffix", "contactList[0]"));
+    record->suffix = contact.text("suffix");
 
-    const QVCJSON* company = firstElement(lookup(doc, "company", "the consumer document"), "company");
-    const QVCJSON* companyLoyalty = lookup(company, "companyLoyalty", "company[0]");
-    const QVCJSON* loyalty = lookup(companyLoyalty, "loyalty", "company[0].companyLoyalty");
-    record->loyaltyDetails->loyaltyId = text(lookup(loyalty, "loyaltyId", "company[0].companyLoyalty.loyalty"));
+    const Branch loyalty = doc.first("company").child("companyLoyalty").child("loyalty");
+    record->loyaltyDetails->loyaltyId = loyalty.text("loyaltyId");
 
     // A 32-bit read of the id, widened with its sign.
-    record->consumerID = QVCNumber::intValue(lookup(doc, "consumerId", "the consumer document"), "consumerId");
+    record->consumerID = QVCNumber::intValue(doc.lookup("consumerId"), "consumerId");
     return record;
 }
