@@ -39,7 +39,10 @@ struct QVCConsumerInfo : QVCoreConsumerInfo {
     /// merchant type codes of the document are walked but not kept; names and
     /// the preference type code come from element 0 of "contactList"; only
     /// element 0 of each nested list is read; flags are true only for the text
-    /// "Y"; the phone type code is reset to "" and prefix to "".
+    /// "Y"; the phone type code is reset to "" and prefix to ""; the
+    /// preference type code is not converted: it receives a non-zero token
+    /// standing for the document's value (0 when the key is absent), never the
+    /// code itself.
     ///
     /// A missing branch of the document reads as absent ("(null)" for codes,
     /// false for flags, 0 for the id). Throws QVCException, naming the value,

@@ -28,13 +28,15 @@ TEST_P(AuthenticationTest, JdoeBecomesTheCurrentConsumerAndLaterPathsUseTheId) {
     ASSERT_EQ(result.calls, 1);
     ASSERT_TRUE(result.consumer);
     EXPECT_FALSE(result.error || result.exception);
-    EXPECT_EQ(result.consumer->consumerID, 1234);
+    EXPECT_EQ(result.consumer->consumerID, 5150);
     EXPECT_EQ(result.consumer->personalInfo->consumerName, "jdoe");  // not the document's "doc-user"
-    EXPECT_EQ(manager->consumerID(), "1234");
+    EXPECT_EQ(manager->consumerID(), "5150");
 
-    manager->setPushDeviceToken("t", nullptr);
+    handler->answerWithBody(QVCJSON{{"consumerRs", {{{"loyaltyPoints", 3}}}}});
+    manager->retrieveLoyaltyInfo(nullptr);
     deliver();
-    EXPECT_EQ(handler->lastRequest().path, "lqsapi/consumers/v1/consumer/1234/device");
+    EXPECT_EQ(handler->lastRequest().path, "lqsapi/consumers/v1/consumer/5150/balance/loyalty");
+    EXPECT_EQ(manager->loyalty(), "3");
 }
 
 TEST_P(AuthenticationTest, TheIdIsHandedToThePlatformAsDecimalText) {

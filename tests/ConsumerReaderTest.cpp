@@ -12,7 +12,7 @@ TEST(ConsumerReaderTest, ReadsTheFirstContactAndTheTopLevelValues) {
     auto info = read(consumerDocument());
     const auto& person = *info->personalInfo;
     const auto& contact = *person.contactInfo;
-    EXPECT_EQ(info->consumerID, 1234);
+    EXPECT_EQ(info->consumerID, 5150);
     EXPECT_EQ(person.consumerName, "doc-user");
     EXPECT_EQ(person.genderTypeCode, "2");  // a number becomes its text
     EXPECT_EQ(person.dateOfBirth, "0704");

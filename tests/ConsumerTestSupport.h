@@ -58,7 +58,7 @@ std::string thrownMessage(const Call& call) {
 /// A well-formed consumer document as the service sends it.
 inline QVCJSON consumerDocument() {
     return QVCJSON::parse(R"({
-        "consumerId": "1234", "userId": "doc-user", "genderTypeCode": 2, "maritalStatusTypeCode": "3",
+        "consumerId": "5150", "userId": "doc-user", "genderTypeCode": 2, "maritalStatusTypeCode": "3",
         "incomeRangeTypeCode": "4", "educationTypeCode": "5", "birthMonthDay": "0704", "ageRangeTypeCode": "6",
         "occupationTypeCode": "7", "occupationOther": "juggler", "accountStatusCode": "A", "consumerTypeCode": "C",
         "activeFlag": "Y", "preferEmailFlag": "Y", "preferSmsFlag": "N", "preferAppFlag": "Y",
