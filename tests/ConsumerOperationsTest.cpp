@@ -13,6 +13,9 @@ protected:
     std::optional<std::string> description, loyaltySeen;  // loyaltySeen: the manager's loyalty inside the completion
     QVConsumerManager::Error balanceError;
 
+    // The scripted handler keeps every answer callback, and those hold the
+    // manager: detach the handler so that both can be freed.
+    void TearDown() override { manager->setWebServiceHandler(nullptr); }
     void retrieveBalance() {
         manager->retrieveLoyaltyInfo([this](auto points_, auto description_, auto error, auto) {
             points = points_, description = description_, balanceError = error, loyaltySeen = manager->loyalty();
