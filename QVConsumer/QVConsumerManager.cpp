@@ -5,10 +5,12 @@
 #include <utility>
 
 #include "QVConsumer/QVCBundle.h"
+#include "QVConsumer/QVCConsumerInfo.h"
 #include "QVConsumer/QVCDocument.h"
 #include "QVConsumer/QVCException.h"
 #include "QVConsumer/QVCFormat.h"
 #include "QVConsumer/QVCMasterData.h"
+#include "QVConsumer/QVCNumber.h"
 #include "QVConsumer/QVCPConstant.h"
 #include "platform/QVCUtility.h"
 
@@ -62,6 +64,273 @@ void QVConsumerManager::setPushDeviceToken(const std::optional<QVCJSON>& token, 
                 done(false, response.error(), nullptr);
             } else {
                 done(true, nullptr, nullptr);
+            }
+        });
+    });
+}
+
+void QVConsumerManager::authenticateConsumerWithUserName(const std::optional<std::string>& userName,
+                                                         ConsumerCompletion completion) {
+    perform(std::move(completion), [&](const ConsumerCompletion& done) {
+        // Every attempt, whatever its outcome, forgets the balance read for the previous consumer.
+        setLoyalty("");
+        if (!userName) {
+            throw QVCException("cannot build the authentication path: the user name is absent");
+        }
+        std::string path = QVCFormat::format(_loginService, *userName, "/authenticate");
+        request(path, 0, std::nullopt, [self = shared_from_this(), done, userName](const QVCResponse& response) {
+            const QVCJSON* consumers = response.objectForKey("consumers");
+            if (consumers && consumers->is_array()) {
+                auto consumer =
+                    QVCConsumerInfo::initWithResponse(QVCDocument::elementAtIndex(*consumers, 0, "consumers"));
+                consumer->personalInfo->consumerName = userName;
+                // A refusal of the id reports the answer's own error (often none), not the platform's.
+                auto answerError = response.error();
+                self->setConsumerID(QVCFormat::integer(consumer->consumerID),
+                                    [done, consumer, answerError](bool success, Error, std::exception_ptr) {
+                                        if (success) {
+                                            done(consumer, nullptr, nullptr);
+                                        } else {
+                                            done(nullptr, answerError, nullptr);
+                                        }
+                                    });
+            } else if (response.containsValueForKey("httpResponseCode") && response.body()->is_object()) {
+                auto error = QVCErrorResponse::initWithErrorMessages(
+                    {QVCFormat::object(response.objectForKey("httpResponseCode"))});
+                done(nullptr, error, nullptr);
+            } else {
+                done(nullptr, response.error(), nullptr);
+            }
+        });
+    });
+}
+
+namespace {
+
+/// A record the consumer document is read through: an absent one has no values to write.
+template <typename Record>
+const Record& required(const std::shared_ptr<Record>& record, const std::string& name) {
+    if (!record) {
+        throw QVCException("cannot build the consumer document: " + name + " is absent");
+    }
+    return *record;
+}
+
+/// A text that the sign-up document passes through the platform's null filter
+/// (an absent one goes out as JSON null); the update document needs it present.
+void setText(QVCJSON& object, const std::string& key, const std::optional<std::string>& value, bool signUp) {
+    if (!signUp) {
+        QVCDocument::setObject(object, key, value);
+        return;
+    }
+    const QVCJSON text = value ? QVCJSON(*value) : QVCJSON();
+    object[key] = QVCUtility::getNonNullValue(value ? &text : nullptr);
+}
+
+/// The id of an existing row: written only by the update document.
+void setRowId(QVCJSON& object, const std::string& key, const std::optional<std::string>& value, bool signUp) {
+    if (!signUp) {
+        QVCDocument::setObject(object, key, value);
+    }
+}
+
+/// A type code: the constant "1" at sign-up, the record's own code at update.
+void setTypeCode(QVCJSON& object, const std::string& key, const std::optional<std::string>& value, bool signUp) {
+    if (signUp) {
+        object[key] = "1";
+    } else {
+        QVCDocument::setObject(object, key, value);
+    }
+}
+
+/// A code list, numbers and texts as the record holds them; an absent list cannot be written.
+void setCodes(QVCJSON& object, const std::string& key, const std::optional<std::vector<QVCJSON>>& codes) {
+    QVCDocument::setObject(object, key, codes ? std::optional<QVCJSON>(QVCJSON(*codes)) : std::nullopt);
+}
+
+const char* yesNo(bool value) {
+    return value ? "Y" : "N";
+}
+
+const char* oneZero(bool value) {
+    return value ? "1" : "0";
+}
+
+QVCJSON listOfOne(QVCJSON element) {
+    QVCJSON list = QVCJSON::array();
+    list.push_back(std::move(element));
+    return list;
+}
+
+/// The consumer object shared by the sign-up and the update document; signUp
+/// selects the variant's keys and conversions.
+QVCJSON consumerObject(const QVConsumerManager& manager, const std::shared_ptr<QVCConsumerInfo>& info, bool signUp) {
+    const QVCConsumerInfo& consumer = required(info, "the consumer record");
+    const QVCPersonalInfo& person = required(consumer.personalInfo, "personalInfo");
+    const QVCContactInfo& contact = required(person.contactInfo, "personalInfo.contactInfo");
+    const QVCAddress& addressInfo = required(contact.addressInfo, "personalInfo.contactInfo.addressInfo");
+    const QVCEmail& emailInfo = required(contact.emailInfo, "personalInfo.contactInfo.emailInfo");
+    const QVCPhone& phoneInfo = required(contact.phoneInfo, "personalInfo.contactInfo.phoneInfo");
+    const QVCPreference& preference = required(consumer.preference, "preference");
+    const auto companyInfo = manager.companyInfo();
+    const std::int64_t companyID = required(companyInfo, "the manager's company information").companyID;
+
+    QVCJSON address = QVCJSON::object();
+    setRowId(address, "addressId", addressInfo.addressId, signUp);
+    setText(address, "addressLine1", addressInfo.line1, signUp);
+    setText(address, "addressLine2", addressInfo.line2, signUp);
+    setText(address, "addressLine3", addressInfo.line3, signUp);
+    setText(address, "city", addressInfo.city, signUp);
+    setText(address, "postalCode", addressInfo.postalCode, signUp);
+    setText(address, "stateCode", addressInfo.stateCode, signUp);
+    setText(address, "countryCode", addressInfo.countryCode, signUp);
+    setTypeCode(address, "addressTypeCode", addressInfo.addressTypeCode, signUp);
+
+    QVCJSON email = QVCJSON::object();
+    setRowId(email, "emailAddressId", emailInfo.addressId, signUp);
+    setText(email, "emailAddress", emailInfo.address, signUp);
+    email["confirmedFlag"] = yesNo(emailInfo.confirmedEmail);
+    setTypeCode(email, "emailAddressTypeCode", emailInfo.addressTypeCode, signUp);
+
+    // The service spells the phone's type code key with a lower-case "n".
+    QVCJSON phone = QVCJSON::object();
+    setRowId(phone, "phoneNumberId", phoneInfo.phoneId, signUp);
+    setText(phone, "phoneNumber", phoneInfo.number, signUp);
+    phone["confirmedFlag"] = yesNo(phoneInfo.confirmedPhone);
+    setTypeCode(phone, "phonenumberTypeCode", phoneInfo.phoneTypeCode, signUp);
+
+    QVCJSON contactObject = QVCJSON::object();
+    setRowId(contactObject, "contactId", contact.contactId, signUp);
+    QVCDocument::setObject(contactObject, "firstName", consumer.firstName);
+    QVCDocument::setObject(contactObject, "lastName", consumer.lastName);
+    setText(contactObject, "middleName", consumer.middleName, signUp);
+    contactObject["preferenceTypeCode"] = preference.preferenceTypeCode;
+    setText(contactObject, "suffix", consumer.suffix, signUp);
+    setTypeCode(contactObject, "contactTypeCode", contact.contactTypeCode, signUp);
+    contactObject["address"] = listOfOne(std::move(address));
+    contactObject["email"] = listOfOne(std::move(email));
+    contactObject["phone"] = listOfOne(std::move(phone));
+
+    QVCJSON object = QVCJSON::object();
+    setText(object, "userId", person.consumerName, signUp);
+    if (!signUp) {
+        QVCDocument::setObject(object, "consumerId", manager.consumerID());
+    }
+    // A number at sign-up, decimal text at update: the service expects each so.
+    object["quorvexId"] = signUp ? QVCJSON(companyID) : QVCJSON(QVCFormat::integer(companyID));
+    QVCDocument::setObject(object, "genderTypeCode", person.genderTypeCode);
+    setText(object, "consumerTypeCode", consumer.consumerTypeCode, signUp);
+    QVCDocument::setObject(object, "maritalStatusTypeCode", person.maritalStatusTypeCode);
+    QVCDocument::setObject(object, "occupationTypeCode", person.occupationTypeCode);
+    setText(object, "occupationOther", person.occupationOther, signUp);
+    QVCDocument::setObject(object, "incomeRangeTypeCode", person.incomeRangeTypeCode);
+    QVCDocument::setObject(object, "educationTypeCode", person.educationTypeCode);
+    QVCDocument::setObject(object, "birthMonthDay", person.dateOfBirth);
+    QVCDocument::setObject(object, "ageRangeTypeCode", person.ageRangeTypeCode);
+    setText(object, "accountStatusCode", consumer.accountStatusCode, signUp);
+    // The update always sends a lower-case "y", whatever the record holds.
+    object["activeFlag"] = signUp ? yesNo(consumer.activeAccount) : "y";
+    object["preferEmailFlag"] = oneZero(preference.preferEmailFlag);
+    object["preferSmsFlag"] = oneZero(preference.preferSmsFlag);
+    object["preferAppFlag"] = oneZero(preference.preferAppFlag);
+    setCodes(object, "consumerGroupCodes", consumer.consumerGroupCodes);
+    if (signUp) {
+        setCodes(object, "merchantCategoryCodes", consumer.merchantTypes);
+    }
+    object["lockedDate"] = "";
+    object["expiresDate"] = "";
+    object["contactList"] = listOfOne(std::move(contactObject));
+    return object;
+}
+
+}  // namespace
+
+QVCJSON QVConsumerManager::signUpDocument(const std::shared_ptr<QVCConsumerInfo>& info) const {
+    return QVCJSON{{"consumers", consumerObject(*this, info, true)}};
+}
+
+QVCJSON QVConsumerManager::updateDocument(const std::shared_ptr<QVCConsumerInfo>& info) const {
+    return QVCJSON{{"consumerRq", {{"consumers", consumerObject(*this, info, false)}}}};
+}
+
+void QVConsumerManager::signUpNewUserWithDetails(std::shared_ptr<QVCConsumerInfo> info, ConsumerCompletion completion) {
+    perform(std::move(completion),
+            [&](const ConsumerCompletion& done) { sendConsumerDocument(signUpDocument(info), info, done); });
+}
+
+void QVConsumerManager::updateConsumerProfile(std::shared_ptr<QVCConsumerInfo> info, ConsumerCompletion completion) {
+    perform(std::move(completion),
+            [&](const ConsumerCompletion& done) { sendConsumerDocument(updateDocument(info), info, done); });
+}
+
+void QVConsumerManager::sendConsumerDocument(QVCJSON document, std::shared_ptr<QVCConsumerInfo> info,
+                                             const ConsumerCompletion& done) {
+    request(_registerAppConsumerService, 1, std::move(document),
+            [self = shared_from_this(), done, info](const QVCResponse& response) {
+                const QVCJSON* consumer = response.objectForKey("consumers");
+                if (!consumer || !consumer->is_object()) {
+                    done(nullptr, response.error(), nullptr);
+                    return;
+                }
+                const std::string consumerID = QVCFormat::object(
+                    QVCUtility::getNonNullValue(QVCDocument::valueForKey(*consumer, "consumerId", "consumers")));
+                // A refusal of the id reports the answer's own error; the
+                // platform's error and exception are dropped.
+                auto answerError = response.error();
+                self->setConsumerID(consumerID, [done, info, consumerID, answerError](bool success, Error,
+                                                                                      std::exception_ptr exception) {
+                    if (success) {
+                        info->consumerID = QVCNumber::integerValue(std::optional<std::string>(consumerID));
+                        done(info, nullptr, exception);
+                    } else {
+                        done(nullptr, answerError, nullptr);
+                    }
+                });
+            });
+}
+
+namespace {
+
+/// The status description as the caller receives it: not filtered, but a
+/// missing value or a JSON null cannot be text and is absent.
+std::optional<std::string> descriptionText(const QVCJSON* value) {
+    if (value == nullptr || value->is_null()) {
+        return std::nullopt;
+    }
+    return QVCFormat::object(*value);
+}
+
+}  // namespace
+
+void QVConsumerManager::retrieveLoyaltyInfo(LoyaltyCompletion completion) {
+    perform(std::move(completion), [&](const LoyaltyCompletion& done) {
+        std::string path = QVCFormat::format(_retrieveLoyaltyInfo, consumerID(), "/", "balance", "/", "loyalty");
+        request(path, 0, std::nullopt, [self = shared_from_this(), done](const QVCResponse& response) {
+            const QVCJSON* entries = response.objectForKey("consumerRs");
+            if (!entries || !entries->is_array()) {
+                done(0, std::nullopt, response.error(), nullptr);
+                return;
+            }
+            // Nothing here passes the null filter: a JSON null is a value of the wrong kind.
+            const QVCJSON& entry = QVCDocument::elementAtIndex(*entries, 0, "consumerRs");
+            const QVCJSON* statuses = QVCDocument::valueForKey(entry, "loyaltyConsumerStatusResponse", "consumerRs[0]");
+            const QVCJSON* points = QVCDocument::valueForKey(entry, "loyaltyPoints", "consumerRs[0]");
+            // The balance is kept before the caller hears of it.
+            self->setLoyalty(QVCFormat::object(points));
+            const std::int64_t balance = QVCNumber::integerValue(points, "consumerRs[0].loyaltyPoints");
+            if (statuses && !statuses->is_array()) {
+                throw QVCException("cannot count the elements of consumerRs[0].loyaltyConsumerStatusResponse: it is " +
+                                   std::string(QVCDocument::kindName(*statuses)) + ", not an array");
+            }
+            if (statuses && !statuses->empty()) {
+                const QVCJSON& status =
+                    QVCDocument::elementAtIndex(*statuses, 0, "consumerRs[0].loyaltyConsumerStatusResponse");
+                done(balance,
+                     descriptionText(QVCDocument::valueForKey(status, "description",
+                                                              "consumerRs[0].loyaltyConsumerStatusResponse[0]")),
+                     nullptr, nullptr);
+            } else {
+                done(balance, std::string(), nullptr, nullptr);
             }
         });
     });
