@@ -1,11 +1,13 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <exception>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/QVCCompanyInfo.h"
@@ -75,6 +77,13 @@ public:
     const std::optional<std::string>& loyalty() const { return loyalty_; }
     void setLoyalty(std::optional<std::string> loyalty) { loyalty_ = std::move(loyalty); }
 
+    /// The clock that dates redemptions ("transactionDateTime"), read when the
+    /// offer lookup of a redemption answers. The system clock by default; a
+    /// hook for hosts that keep their own time and for tests. An empty
+    /// function restores the system clock.
+    using Clock = std::function<std::chrono::system_clock::time_point()>;
+    void setClock(Clock clock) { clock_ = std::move(clock); }
+
     /// The service's reference lists.
     void getMasterDataWithCompletionWithCompletion(MasterDataCompletion completion);
 
@@ -124,4 +133,5 @@ private:
 
     std::optional<std::string> simulatePath_;
     std::optional<std::string> loyalty_;
+    Clock clock_;
 };
