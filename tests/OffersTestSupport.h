@@ -1,9 +1,14 @@
 #pragma once
 
+#include <ctime>
 #include <exception>
+#include <memory>
+#include <optional>
 #include <string>
 
 #include "QVConsumer/QVCException.h"
+#include "QVConsumer/QVCOffer.h"
+#include "TestSupport.h"
 #include "platform/QVCJSON.h"
 
 /// The message of a QVCException held by exception; "" when there is none,
@@ -54,3 +59,58 @@ inline QVCJSON offerEntry(const std::string& consumerOfferId, const std::string&
                        {"associatedProduct", {{{"productName", "Tea"}, {"productId", 11}}, {{"productId", "12"}}}},
                        {"imageURL", "http://img/1.png"}}}}}};
 }
+
+/// What one operation's completion received, and how often it was called.
+struct OfferResult {
+    int calls = 0;
+    std::shared_ptr<QVCOffer> offer;
+    QVConsumerManager::Error error;
+    std::exception_ptr exception;
+
+    QVConsumerManager::OfferCompletion completion() {
+        return [this](std::shared_ptr<QVCOffer> received, QVConsumerManager::Error receivedError,
+                      std::exception_ptr receivedException) {
+            ++calls;
+            offer = std::move(received);
+            error = std::move(receivedError);
+            exception = receivedException;
+        };
+    }
+};
+
+/// The only message of an error record; "" when there is no record.
+inline std::string onlyMessage(const QVConsumerManager::Error& error) {
+    if (!error) {
+        return "";
+    }
+    EXPECT_EQ(error->errorMessages().size(), 1U);
+    return error->errorMessages().empty() ? "" : error->errorMessages().front();
+}
+
+/// A manager fixture for the offer operations, in both delivery modes.
+class OffersTest : public ManagerTest {
+protected:
+    bool deferred() const { return GetParam() == QVCScriptedWebServiceHandler::Delivery::Deferred; }
+
+    /// Answers the waiting requests and returns the message of the
+    /// QVCException that escapes the answer callbacks: in Deferred delivery no
+    /// guard is active around them, so it reaches the test.
+    std::string deliverCatching() {
+        return messageOf([this] { deliver(); });
+    }
+};
+
+/// Sets the process's time zone for the lifetime of the object.
+class ScopedTimeZone {
+public:
+    explicit ScopedTimeZone(const std::string& zone) : variable_(std::in_place, "TZ", zone) { ::tzset(); }
+    ~ScopedTimeZone() {
+        variable_.reset();
+        ::tzset();
+    }
+    ScopedTimeZone(const ScopedTimeZone&) = delete;
+    ScopedTimeZone& operator=(const ScopedTimeZone&) = delete;
+
+private:
+    std::optional<ScopedEnvironment> variable_;
+};
