@@ -98,6 +98,18 @@ protected:
     std::string deliverCatching() {
         return messageOf([this] { deliver(); });
     }
+
+    /// Delivers and checks where the exception raised while an answer is read
+    /// ends up: in the completion, called once, in Immediate delivery (the
+    /// request's guard is still active); out of the handler's release, with no
+    /// completion call, in Deferred delivery.
+    template <typename Result>
+    void expectAnswerException(const Result& result, const std::string& message) {
+        const std::string escaped = deliverCatching();
+        EXPECT_EQ(escaped, deferred() ? message : "");
+        EXPECT_EQ(result.calls, deferred() ? 0 : 1);
+        EXPECT_EQ(exceptionMessage(result.exception), deferred() ? "" : message);
+    }
 };
 
 /// Sets the process's time zone for the lifetime of the object.
