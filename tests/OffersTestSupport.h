@@ -90,6 +90,11 @@ inline std::string onlyMessage(const QVConsumerManager::Error& error) {
 /// A manager fixture for the offer operations, in both delivery modes.
 class OffersTest : public ManagerTest {
 protected:
+    /// Validation and redemption keep their manager alive in the callbacks
+    /// they hand the handler, and the scripted handler keeps every callback it
+    /// received: detaching the handler breaks that cycle.
+    void TearDown() override { manager->setWebServiceHandler(nullptr); }
+
     bool deferred() const { return GetParam() == QVCScriptedWebServiceHandler::Delivery::Deferred; }
 
     /// Answers the waiting requests and returns the message of the
