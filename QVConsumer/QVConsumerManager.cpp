@@ -119,10 +119,12 @@ std::optional<std::string> removingWhiteSpace(const std::optional<std::string>& 
     return cleaned;
 }
 
-/// "MM/dd/yyyy hh:mm a" in the local time zone: a 12-hour clock with the day-period marker.
+/// "MM/dd/yyyy hh:mm a" in the current local time zone (TZ is read again on
+/// every call): a 12-hour clock with the day-period marker.
 std::string transactionDateTime(std::chrono::system_clock::time_point now) {
     const std::time_t seconds = std::chrono::system_clock::to_time_t(now);
     std::tm local{};
+    ::tzset();
     localtime_r(&seconds, &local);
     char text[64];
     const std::size_t length = std::strftime(text, sizeof text, "%m/%d/%Y %I:%M %p", &local);

@@ -1,91 +1,81 @@
 #pragma once
 
-#include <ctime>
 #include <exception>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <tuple>
 
 #include "QVConsumer/QVCException.h"
 #include "QVConsumer/QVCOffer.h"
 #include "TestSupport.h"
-#include "platform/QVCJSON.h"
 
-/// The message of a QVCException held by exception; "" when there is none,
-/// "<other exception>" when it holds another kind.
+using Text = std::optional<std::string>;
+
+/// The message of the QVCException held by exception; "" when there is none.
 inline std::string exceptionMessage(std::exception_ptr exception) {
-    if (!exception) {
-        return "";
-    }
     try {
-        std::rethrow_exception(exception);
-    } catch (const QVCException& caught) {
-        return caught.what();
-    } catch (...) {
-        return "<other exception>";
-    }
-}
-
-/// The message of the QVCException that read throws; "" when it throws none.
-template <typename Read>
-std::string messageOf(const Read& read) {
-    try {
-        read();
+        if (exception) {
+            std::rethrow_exception(exception);
+        }
     } catch (const QVCException& caught) {
         return caught.what();
     }
     return "";
 }
 
-/// One entry of the service's offer answers, with a type, amounts, a minimum
-/// purchase and two associated products (ids 11 and 12).
-inline QVCJSON offerEntry(const std::string& consumerOfferId, const std::string& offerCode,
-                          const std::string& type = "PERCENT OFF") {
-    return QVCJSON{{"consumerOfferId", consumerOfferId},
-                   {"offerCode", offerCode},
-                   {"offer",
-                    {{"offerId", 900},
-                     {"offerName", "Spring sale"},
-                     {"promoCode", "SPRING"},
-                     {"offerDescription", "Twenty off"},
-                     {"offerDetails",
-                      {{"offerRules", {{"individualRedeemLimit", 1}, {"transactionLimit", "2"}}},
-                       {"offerType",
-                        {{"type", type},
-                         {"dollarPercentageOff", 20},
-                         {"dollarAmountOff", "5.50"},
-                         {"punchCardNumber", nullptr},
-                         {"loyaltyPoints", "0"}}},
-                       {"associatedProduct", {{{"productName", "Tea"}, {"productId", 11}}, {{"productId", "12"}}}},
-                       {"imageURL", "http://img/1.png"}}}}}};
-}
-
-/// What one operation's completion received, and how often it was called.
-struct OfferResult {
-    int calls = 0;
-    std::shared_ptr<QVCOffer> offer;
-    QVConsumerManager::Error error;
-    std::exception_ptr exception;
-
-    QVConsumerManager::OfferCompletion completion() {
-        return [this](std::shared_ptr<QVCOffer> received, QVConsumerManager::Error receivedError,
-                      std::exception_ptr receivedException) {
-            ++calls;
-            offer = std::move(received);
-            error = std::move(receivedError);
-            exception = receivedException;
-        };
+/// The message of the QVCException that run throws; "" when it throws none.
+template <typename Run>
+std::string messageOf(const Run& run) {
+    try {
+        run();
+    } catch (...) {
+        return exceptionMessage(std::current_exception());
     }
-};
+    return "";
+}
 
 /// The only message of an error record; "" when there is no record.
 inline std::string onlyMessage(const QVConsumerManager::Error& error) {
-    if (!error) {
-        return "";
-    }
-    EXPECT_EQ(error->errorMessages().size(), 1U);
-    return error->errorMessages().empty() ? "" : error->errorMessages().front();
+    return error && error->errorMessages().size() == 1 ? error->errorMessages()[0] : "";
 }
+
+/// One entry of the service's offer answers: a 20 percent offer of the given
+/// type for products 11 and 12, without minimum purchase.
+inline QVCJSON offerEntry(const std::string& consumerOfferId, const std::string& offerCode,
+                          const std::string& type = "PERCENT OFF") {
+    QVCJSON entry = {{"consumerOfferId", consumerOfferId}, {"offerCode", offerCode}};
+    entry["offer"] = {{"offerId", 900}, {"offerName", "Spring"}, {"promoCode", "SP"}};
+    entry["offer"]["offerDetails"] = {
+        {"offerRules", {{"individualRedeemLimit", 1}, {"transactionLimit", "2"}}},
+        {"offerType",
+         {{"type", type}, {"dollarPercentageOff", 20}, {"dollarAmountOff", "5.50"}, {"loyaltyPoints", "0"}}},
+        {"associatedProduct", {{{"productName", "Tea"}, {"productId", 11}, {"price", 3}}, {{"productId", "12abc"}}}},
+        {"imageURL", "http://img/1.png"}};
+    return entry;
+}
+
+/// Records the calls of a completion of type std::function<void(Args...)>.
+template <typename Completion>
+struct Record;
+template <typename... Args>
+struct Record<std::function<void(Args...)>> {
+    int calls = 0;
+    std::tuple<std::decay_t<Args>...> last;
+
+    std::function<void(Args...)> completion() {
+        return [this](Args... received) {
+            ++calls;
+            last = std::make_tuple(received...);
+        };
+    }
+    template <std::size_t Index>
+    const auto& get() const {
+        return std::get<Index>(last);
+    }
+    std::exception_ptr exception() const { return std::get<sizeof...(Args) - 1>(last); }
+};
 
 /// A manager fixture for the offer operations, in both delivery modes.
 class OffersTest : public ManagerTest {
@@ -97,37 +87,14 @@ protected:
 
     bool deferred() const { return GetParam() == QVCScriptedWebServiceHandler::Delivery::Deferred; }
 
-    /// Answers the waiting requests and returns the message of the
-    /// QVCException that escapes the answer callbacks: in Deferred delivery no
-    /// guard is active around them, so it reaches the test.
-    std::string deliverCatching() {
-        return messageOf([this] { deliver(); });
-    }
-
-    /// Delivers and checks where the exception raised while an answer is read
+    /// Delivers and checks where an exception raised while an answer is read
     /// ends up: in the completion, called once, in Immediate delivery (the
     /// request's guard is still active); out of the handler's release, with no
     /// completion call, in Deferred delivery.
     template <typename Result>
     void expectAnswerException(const Result& result, const std::string& message) {
-        const std::string escaped = deliverCatching();
-        EXPECT_EQ(escaped, deferred() ? message : "");
+        EXPECT_EQ(messageOf([this] { deliver(); }), deferred() ? message : "");
         EXPECT_EQ(result.calls, deferred() ? 0 : 1);
-        EXPECT_EQ(exceptionMessage(result.exception), deferred() ? "" : message);
+        EXPECT_EQ(exceptionMessage(result.exception()), deferred() ? "" : message);
     }
-};
-
-/// Sets the process's time zone for the lifetime of the object.
-class ScopedTimeZone {
-public:
-    explicit ScopedTimeZone(const std::string& zone) : variable_(std::in_place, "TZ", zone) { ::tzset(); }
-    ~ScopedTimeZone() {
-        variable_.reset();
-        ::tzset();
-    }
-    ScopedTimeZone(const ScopedTimeZone&) = delete;
-    ScopedTimeZone& operator=(const ScopedTimeZone&) = delete;
-
-private:
-    std::optional<ScopedEnvironment> variable_;
 };
