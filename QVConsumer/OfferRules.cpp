@@ -1,4 +1,4 @@
 #include "QVConsumer/OfferRules.h"
 
-// OfferRules is a plain record: its defaults are its member initialisers.
-static_assert(sizeof(OfferRules) > 0, "OfferRules is a complete record");
+// OfferRules is a plain record: its defaults are its member initialisers and it has
+// no behaviour of its own. This file keeps the one-source-per-class layout.

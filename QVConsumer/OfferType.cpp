@@ -1,4 +1,4 @@
 #include "QVConsumer/OfferType.h"
 
-// OfferType is a plain record: its defaults are its member initialisers.
-static_assert(sizeof(OfferType) > 0, "OfferType is a complete record");
+// OfferType is a plain record: its defaults are its member initialisers and it has
+// no behaviour of its own. This file keeps the one-source-per-class layout.
