@@ -2,6 +2,10 @@
 
 #include <utility>
 
+#include "platform/QVCEnvironment.h"
+#include "platform/QVCHTTPWebServiceHandler.h"
+#include "platform/QVCSimulationWebServiceHandler.h"
+
 namespace {
 
 std::shared_ptr<QVCErrorResponse> refuseMissingConsumerID(const std::optional<std::string>& consumerID) {
@@ -100,8 +104,28 @@ void QVCoreCP::setWebServiceHandler(std::shared_ptr<QVCWebServiceHandler> handle
     handler_ = std::move(handler);
 }
 
+QVCPlatformConfiguration QVCoreCP::platformConfiguration() const {
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        if (configuration_) {
+            return *configuration_;
+        }
+    }
+    return QVCPlatformConfiguration::fromEnvironment();
+}
+
+void QVCoreCP::setPlatformConfiguration(QVCPlatformConfiguration configuration) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    configuration_ = std::move(configuration);
+}
+
 std::shared_ptr<QVCWebServiceHandler> QVCoreCP::makeDefaultWebServiceHandler() {
-    return std::make_shared<QVCNoWebServiceHandler>(environment());
+    switch (environment()) {
+        case QVCEnvironmentSimulation: return std::make_shared<QVCSimulationWebServiceHandler>();
+        case QVCEnvironmentLive:
+            return std::make_shared<QVCHTTPWebServiceHandler>(platformConfiguration(), appID(), appKey());
+        default: return std::make_shared<QVCNoWebServiceHandler>(environment());
+    }
 }
 
 std::optional<std::string> QVCoreCP::consumerID() const {
