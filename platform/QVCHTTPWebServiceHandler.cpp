@@ -3,6 +3,7 @@
 #include <curl/curl.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <cstring>
 #include <deque>
@@ -339,7 +340,9 @@ struct QVCHTTPWebServiceHandler::Engine {
             return {failure(t, "timed out after " + std::to_string(limit) + " ms", Kind::Timeout), get || !mayHaveBeenSent};
         }
         if (result == CURLE_COULDNT_CONNECT || result == CURLE_COULDNT_RESOLVE_HOST) {
-            bool refused = detail.find("refused") != std::string::npos;
+            long osError = 0;
+            curl_easy_getinfo(t.easy, CURLINFO_OS_ERRNO, &osError);
+            bool refused = osError == ECONNREFUSED || detail.find("refused") != std::string::npos;
             std::string message = result == CURLE_COULDNT_RESOLVE_HOST ? "could not resolve the service's host"
                                   : refused                            ? "connection refused"
                                                                        : "could not connect (" + detail + ")";
@@ -421,14 +424,12 @@ struct QVCHTTPWebServiceHandler::Engine {
                 start(std::move(transfer));
             }
             auto now = Clock::now();
-            auto next = Clock::time_point::max();
             for (std::size_t i = 0; i < waiting.size();) {
                 if (waiting[i]->due <= now) {
                     auto transfer = std::move(waiting[i]);
                     waiting.erase(waiting.begin() + static_cast<std::ptrdiff_t>(i));
                     start(std::move(transfer));
                 } else {
-                    next = std::min(next, waiting[i]->due);
                     ++i;
                 }
             }
@@ -445,7 +446,10 @@ struct QVCHTTPWebServiceHandler::Engine {
             if (wait < 0 || wait > 1000) {
                 wait = 1000;
             }
-            if (next != Clock::time_point::max()) {
+            if (!waiting.empty()) {
+                auto next = std::min_element(waiting.begin(), waiting.end(), [](const auto& a, const auto& b) {
+                                return a->due < b->due;
+                            })->get()->due;
                 auto untilDue = std::chrono::duration_cast<std::chrono::milliseconds>(next - Clock::now()).count();
                 wait = std::clamp<long>(static_cast<long>(untilDue), 0, wait);
             }
