@@ -44,8 +44,8 @@ std::optional<std::string> refusalOf(const QVCPlatformConfiguration& configurati
         return text;
     }
     if (configuration.serviceRootURL.empty()) {
-        return std::string("no service root URL is configured: set ") +
-               QVCPlatformConfiguration::serviceURLVariable + " or the platform configuration's serviceRootURL";
+        return std::string("no service root URL is configured: set ") + QVCPlatformConfiguration::serviceURLVariable +
+               " or the platform configuration's serviceRootURL";
     }
     CURLU* url = curl_url();
     char* scheme = nullptr;
@@ -337,7 +337,8 @@ struct QVCHTTPWebServiceHandler::Engine {
                         false};
             }
             long limit = mayHaveBeenSent ? configuration.totalTimeoutMs : configuration.connectTimeoutMs;
-            return {failure(t, "timed out after " + std::to_string(limit) + " ms", Kind::Timeout), get || !mayHaveBeenSent};
+            return {failure(t, "timed out after " + std::to_string(limit) + " ms", Kind::Timeout),
+                    get || !mayHaveBeenSent};
         }
         if (result == CURLE_COULDNT_CONNECT || result == CURLE_COULDNT_RESOLVE_HOST) {
             long osError = 0;
@@ -447,9 +448,10 @@ struct QVCHTTPWebServiceHandler::Engine {
                 wait = 1000;
             }
             if (!waiting.empty()) {
-                auto next = std::min_element(waiting.begin(), waiting.end(), [](const auto& a, const auto& b) {
-                                return a->due < b->due;
-                            })->get()->due;
+                auto next = std::min_element(waiting.begin(), waiting.end(),
+                                             [](const auto& a, const auto& b) { return a->due < b->due; })
+                                ->get()
+                                ->due;
                 auto untilDue = std::chrono::duration_cast<std::chrono::milliseconds>(next - Clock::now()).count();
                 wait = std::clamp<long>(static_cast<long>(untilDue), 0, wait);
             }
@@ -461,8 +463,7 @@ struct QVCHTTPWebServiceHandler::Engine {
 };
 
 QVCHTTPWebServiceHandler::QVCHTTPWebServiceHandler(QVCPlatformConfiguration configuration,
-                                                   std::optional<std::string> appID,
-                                                   std::optional<std::string> appKey)
+                                                   std::optional<std::string> appID, std::optional<std::string> appKey)
     : engine_(std::make_shared<Engine>(std::move(configuration), appID, appKey)) {
     engine_->thread.start([engine = engine_] { engine->run(); });
 }
@@ -519,8 +520,8 @@ void QVCHTTPWebServiceHandler::requestWithPath(const std::string& path, std::int
         }
         for (const auto& [name, value] : headers.value_or(QVCHeaders())) {
             if (name.empty() || hasLineBreak(name) || hasLineBreak(value) || name.find(':') != std::string::npos) {
-                transfer->ready = failure(*transfer, "the header field \"" + trim(name) + "\" cannot be sent",
-                                          Kind::General);
+                transfer->ready =
+                    failure(*transfer, "the header field \"" + trim(name) + "\" cannot be sent", Kind::General);
                 break;
             }
             transfer->headerLines.push_back(name + ": " + value);

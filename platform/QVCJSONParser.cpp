@@ -26,18 +26,12 @@ QVCJSON convert(simdjson::dom::element element) {
             }
             return array;
         }
-        case simdjson::dom::element_type::STRING:
-            return QVCJSON(std::string(std::string_view(element)));
-        case simdjson::dom::element_type::INT64:
-            return QVCJSON(std::int64_t(element));
-        case simdjson::dom::element_type::UINT64:
-            return QVCJSON(std::uint64_t(element));
-        case simdjson::dom::element_type::DOUBLE:
-            return QVCJSON(double(element));
-        case simdjson::dom::element_type::BOOL:
-            return QVCJSON(bool(element));
-        case simdjson::dom::element_type::NULL_VALUE:
-            return QVCJSON(nullptr);
+        case simdjson::dom::element_type::STRING: return QVCJSON(std::string(std::string_view(element)));
+        case simdjson::dom::element_type::INT64: return QVCJSON(std::int64_t(element));
+        case simdjson::dom::element_type::UINT64: return QVCJSON(std::uint64_t(element));
+        case simdjson::dom::element_type::DOUBLE: return QVCJSON(double(element));
+        case simdjson::dom::element_type::BOOL: return QVCJSON(bool(element));
+        case simdjson::dom::element_type::NULL_VALUE: return QVCJSON(nullptr);
     }
     return QVCJSON(nullptr);
 }

@@ -135,8 +135,7 @@ std::shared_ptr<QVCSimulationFile> QVCSimulationFile::load(const std::string& pa
     return fromDocument(*parsed.value, "\"" + path + "\"");
 }
 
-std::shared_ptr<QVCSimulationFile> QVCSimulationFile::fromDocument(const QVCJSON& document,
-                                                                   const std::string& source) {
+std::shared_ptr<QVCSimulationFile> QVCSimulationFile::fromDocument(const QVCJSON& document, const std::string& source) {
     auto file = std::shared_ptr<QVCSimulationFile>(new QVCSimulationFile(source));
     auto entries = document.is_object() ? document.find("entries") : document.end();
     if (!document.is_object() || entries == document.end() || !entries->is_array()) {
@@ -191,8 +190,7 @@ std::shared_ptr<QVCSimulationFile> QVCSimulationFile::fromDocument(const QVCJSON
     return file;
 }
 
-std::optional<std::size_t> QVCSimulationFile::match(const std::string& method,
-                                                    const std::string& pathWithQuery) const {
+std::optional<std::size_t> QVCSimulationFile::match(const std::string& method, const std::string& pathWithQuery) const {
     auto [segments, query] = splitRequest(pathWithQuery);
     std::optional<std::size_t> best;
     std::tuple<std::size_t, std::size_t, std::size_t> bestScore;

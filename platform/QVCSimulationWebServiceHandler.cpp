@@ -49,8 +49,9 @@ struct QVCSimulationWebServiceHandler::State {
             }
         }
         if (!loaded) {
-            return QVCResponse(std::nullopt, {},
-                               QVCErrorResponse::initWithErrorMessages({job.method + " " + job.path + ": " + loadError}));
+            return QVCResponse(
+                std::nullopt, {},
+                QVCErrorResponse::initWithErrorMessages({job.method + " " + job.path + ": " + loadError}));
         }
         return loaded->answer(job.method, job.path);
     }
@@ -96,9 +97,7 @@ void QVCSimulationWebServiceHandler::requestWithPath(const std::string& path, st
                                                      const std::optional<QVCJSON>&, std::int64_t,
                                                      const std::optional<std::string>& simulateFilePath,
                                                      QVCResponseCompletion completion) {
-    std::string method = httpMethod == 0   ? "GET"
-                         : httpMethod == 1 ? "POST"
-                                           : "method " + std::to_string(httpMethod);
+    std::string method = httpMethod == 0 ? "GET" : httpMethod == 1 ? "POST" : "method " + std::to_string(httpMethod);
     Job job{method, path, simulateFilePath, std::move(completion)};
     {
         std::lock_guard<std::mutex> lock(state_->mutex);

@@ -119,11 +119,34 @@ void QVCoreCP::setPlatformConfiguration(QVCPlatformConfiguration configuration) 
     configuration_ = std::move(configuration);
 }
 
+void QVCoreCP::setAnswerExceptionHook(AnswerExceptionHook hook) {
+    std::lock_guard<std::mutex> lock(answerExceptionHook_->mutex);
+    answerExceptionHook_->hook = std::move(hook);
+}
+
 std::shared_ptr<QVCWebServiceHandler> QVCoreCP::makeDefaultWebServiceHandler() {
+    // The handler's thread may outlive this object, so it shares the hook's holder rather than this.
+    auto forward = [holder = answerExceptionHook_](std::exception_ptr exception) {
+        AnswerExceptionHook hook;
+        {
+            std::lock_guard<std::mutex> lock(holder->mutex);
+            hook = holder->hook;
+        }
+        if (hook) {
+            hook(exception);
+        }
+    };
     switch (environment()) {
-        case QVCEnvironmentSimulation: return std::make_shared<QVCSimulationWebServiceHandler>();
-        case QVCEnvironmentLive:
-            return std::make_shared<QVCHTTPWebServiceHandler>(platformConfiguration(), appID(), appKey());
+        case QVCEnvironmentSimulation: {
+            auto handler = std::make_shared<QVCSimulationWebServiceHandler>();
+            handler->setExceptionHook(forward);
+            return handler;
+        }
+        case QVCEnvironmentLive: {
+            auto handler = std::make_shared<QVCHTTPWebServiceHandler>(platformConfiguration(), appID(), appKey());
+            handler->setExceptionHook(forward);
+            return handler;
+        }
         default: return std::make_shared<QVCNoWebServiceHandler>(environment());
     }
 }

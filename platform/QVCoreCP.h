@@ -51,6 +51,12 @@ public:
     /// Takes effect for the default handler, which is made on the first request.
     void setPlatformConfiguration(QVCPlatformConfiguration configuration);
 
+    /// Receives an exception that escaped an answer callback on the default
+    /// handler's thread (instead of it ending the process). Without a hook such
+    /// exceptions are dropped. May be set or changed at any time.
+    using AnswerExceptionHook = std::function<void(std::exception_ptr exception)>;
+    void setAnswerExceptionHook(AnswerExceptionHook hook);
+
     /// The current consumer id, as text.
     virtual std::optional<std::string> consumerID() const;
     /// Makes consumerID current and reports through completion, once, before it
@@ -89,6 +95,11 @@ private:
     std::int64_t environment_ = 0;
     std::shared_ptr<QVCWebServiceHandler> handler_;
     std::optional<QVCPlatformConfiguration> configuration_;
+    struct HookHolder {
+        std::mutex mutex;
+        AnswerExceptionHook hook;
+    };
+    std::shared_ptr<HookHolder> answerExceptionHook_ = std::make_shared<HookHolder>();
     std::optional<std::string> consumerID_;
     ConsumerIDValidator consumerIDValidator_;
     std::shared_ptr<QVCCompanyInfo> companyInfo_;

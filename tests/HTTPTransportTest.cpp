@@ -88,8 +88,8 @@ protected:
         };
         server.server.Get("/ok", reply(200, R"({"a":1})", "application/json"));
         server.server.Get("/html", reply(200, "<html>maintenance</html>", "text/html"));
-        server.server.Get("/missing", reply(404, R"({"httpResponseCode":404,"message":"no such consumer"})",
-                                            "application/json"));
+        server.server.Get("/missing",
+                          reply(404, R"({"httpResponseCode":404,"message":"no such consumer"})", "application/json"));
         server.server.Get("/down", reply(500, "database down", "text/plain"));
         server.server.Get("/nothing", reply(204, "", "text/plain"));
         server.server.Get("/always503", reply(503, "", "text/plain"));
@@ -161,18 +161,14 @@ protected:
     QVCPlatformConfiguration configuration;
 };
 
-TEST_F(HTTPTransport, ParsesJSONAndKeepsHeaders) {
+TEST_F(HTTPTransport, MapsAnswersAndFailuresToResponses) {
     QVCResponse ok = ask("ok");
     EXPECT_FALSE(ok.error()) << describe(ok);
     EXPECT_EQ(ok.body(), std::optional<QVCJSON>(QVCJSON{{"a", 1}}));
     EXPECT_EQ(ok.headerValue("content-type"), std::optional<std::string>("application/json"));
-
     QVCResponse empty = ask("nothing");
-    EXPECT_FALSE(empty.error()) << describe(empty);
-    EXPECT_FALSE(empty.body());
-}
+    EXPECT_FALSE(empty.error() || empty.body()) << describe(empty);
 
-TEST_F(HTTPTransport, MapsFailuresToKindsAndMessages) {
     QVCResponse html = ask("html");
     EXPECT_EQ(kindOf(html), Kind::Transport);
     EXPECT_NE(describe(html).find("GET html: answer is not JSON"), std::string::npos) << describe(html);
@@ -282,7 +278,7 @@ TEST_F(HTTPTransport, EncodesWhatCannotStandInAURL) {
     EXPECT_EQ(QVCHTTPWebServiceHandler::encodeForURL("offers?offerCode=AB12&facilityId=7"),
               "offers?offerCode=AB12&facilityId=7");
 
-    std::string hostile = "lqsapi/consumers/v1/consumer/a b\r\nX-Evil: 1\r\n\r\nGET /x/authenticate";
+    std::string hostile = "lqsapi/consumers/v1/consumer/a b\r\nX-Evil: 1\r\n\r\nGET /x/../100%zz/authenticate";
     QVCResponse response = ask(hostile);
     EXPECT_EQ(response.error() ? response.error()->httpStatus() : 0, 404);
     std::lock_guard<std::mutex> lock(server.mutex);
@@ -417,7 +413,8 @@ TEST_F(HTTPTransport, ALiveManagerSendsTheLibrarysExactRequest) {
     EXPECT_TRUE(future.get());
     std::lock_guard<std::mutex> lock(server.mutex);
     EXPECT_EQ(server.last.path, "/lqsapi/consumers/v1/consumer/1234/device");
-    EXPECT_EQ(QVCJSON::parse(server.last.body), (QVCJSON{{"deviceToken", "device-token"}, {"deviceType", "iOS"}, {"en_Push", 1}}));
+    EXPECT_EQ(QVCJSON::parse(server.last.body),
+              (QVCJSON{{"deviceToken", "device-token"}, {"deviceType", "iOS"}, {"en_Push", 1}}));
     EXPECT_EQ(server.last.get_header_value("X-App-Id"), "app-7");
 }
 

@@ -1,7 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <future>
 #include <memory>
 #include <set>
+#include <stdexcept>
 #include <string>
 
 #include "QVConsumer/QVConsumerManager.h"
@@ -43,9 +45,8 @@ const QVCJSON& firstOf(const QVCJSON& object, const char* key, const std::string
     static const QVCJSON none;
     EXPECT_TRUE(object.is_object() && object.contains(key) && object[key].is_array() && !object[key].empty())
         << where << ": \"" << key << "\" must be a non-empty array";
-    return object.is_object() && object.contains(key) && object[key].is_array() && !object[key].empty()
-               ? object[key][0]
-               : none;
+    return object.is_object() && object.contains(key) && object[key].is_array() && !object[key].empty() ? object[key][0]
+                                                                                                        : none;
 }
 
 TEST_F(ShippedSimulation, MasterDataHoldsEveryListWithTheKeysItsReaderTakes) {
@@ -142,7 +143,8 @@ TEST_F(ShippedSimulation, OffersAreListedAndEachIsReachableByIdAndByCode) {
         std::string code = offer["offerCode"].get<std::string>();
         EXPECT_EQ(body("GET", offers + "?offerCode=" + code), QVCJSON::array({offer})) << "by code " << code;
 
-        QVCResponse redeemed = file_->answer("POST", offers + "/" + offer["consumerOfferId"].get<std::string>() + "/redeems");
+        QVCResponse redeemed =
+            file_->answer("POST", offers + "/" + offer["consumerOfferId"].get<std::string>() + "/redeems");
         EXPECT_FALSE(redeemed.error());
         EXPECT_TRUE(redeemed.headerValue("location"));
     }
@@ -157,22 +159,26 @@ TEST_F(ShippedSimulation, OffersAreListedAndEachIsReachableByIdAndByCode) {
 TEST(SimulationEnvironment, AManagerAnswersFromTheShippedFileOnTheTransportThread) {
     auto manager = QVConsumerManager::initWithAppID("app", "key", std::make_shared<QVCCompanyInfo>(), "1001",
                                                     QVCEnvironmentSimulation, nullptr);
-    ASSERT_TRUE(manager);
-    ASSERT_TRUE(manager->simulatePath());
-    std::mutex mutex;
-    std::condition_variable done;
+    ASSERT_TRUE(manager && manager->simulatePath());
+    std::promise<std::string> hooked;
+    manager->setAnswerExceptionHook([&](std::exception_ptr exception) {
+        try {
+            std::rethrow_exception(exception);
+        } catch (const std::exception& error) {
+            hooked.set_value(error.what());
+        }
+    });
     std::optional<bool> success;
     std::thread::id thread;
     manager->setPushDeviceToken("token", [&](bool ok, QVConsumerManager::Error error, std::exception_ptr) {
-        std::lock_guard<std::mutex> lock(mutex);
-        EXPECT_FALSE(error) << (error ? error->description() : "");
-        success = ok;
+        success = ok && !error;
         thread = std::this_thread::get_id();
-        done.notify_all();
+        throw std::runtime_error("host completion failed");
     });
-    std::unique_lock<std::mutex> lock(mutex);
-    ASSERT_TRUE(done.wait_for(lock, std::chrono::seconds(10), [&] { return success.has_value(); }));
-    EXPECT_TRUE(*success);
+    auto escaped = hooked.get_future();
+    ASSERT_EQ(escaped.wait_for(std::chrono::seconds(10)), std::future_status::ready);
+    EXPECT_EQ(escaped.get(), "host completion failed") << "the exception reached the host's hook, not the process";
+    EXPECT_EQ(success, std::optional<bool>(true));
     EXPECT_NE(thread, std::this_thread::get_id());
 }
 

@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <future>
 #include <memory>
 #include <stdexcept>
 #include <thread>
@@ -68,14 +69,6 @@ TEST(JSONParser, KeepsKindsOfEveryValue) {
     EXPECT_EQ(value["k"], 2) << "a repeated key keeps its last value";
 }
 
-TEST(JSONParser, RejectsTextThatIsNotJSONWithAReason) {
-    for (const std::string text : {"", "<html>oops</html>", "{\"a\":1", "[1,2,]", "\"unterminated"}) {
-        auto parsed = QVCJSONParser::parse(text);
-        EXPECT_FALSE(parsed.value) << text;
-        EXPECT_FALSE(parsed.error.empty()) << text;
-    }
-}
-
 TEST(SimulationMatching, PlaceholdersStandForOneSegmentAndLiteralsMustBeEqual) {
     auto file = fileWith({entry("GET", "lqsapi/consumers/v1/consumer/{consumerId}/balance/loyalty", 1)});
     EXPECT_EQ(file->match("GET", "lqsapi/consumers/v1/consumer/1234/balance/loyalty"), 0u);
@@ -87,7 +80,8 @@ TEST(SimulationMatching, PlaceholdersStandForOneSegmentAndLiteralsMustBeEqual) {
 }
 
 TEST(SimulationMatching, QueryParametersMustBePresentWithTheirLiteralValues) {
-    auto file = fileWith({entry("GET", "offers?facilityId={facilityId}", 0), entry("GET", "offers?offerCode=SAVE10", 1)});
+    auto file =
+        fileWith({entry("GET", "offers?facilityId={facilityId}", 0), entry("GET", "offers?offerCode=SAVE10", 1)});
     EXPECT_EQ(file->match("GET", "offers?facilityId=7"), 0u);
     EXPECT_EQ(file->match("GET", "offers?offerCode=SAVE10"), 1u);
     EXPECT_EQ(file->match("GET", "offers?x=1&offerCode=SAVE10"), 1u) << "other parameters do not prevent a match";
@@ -98,12 +92,12 @@ TEST(SimulationMatching, QueryParametersMustBePresentWithTheirLiteralValues) {
 TEST(SimulationMatching, MostSpecificWinsThenFirstInFile) {
     auto file = fileWith({
         entry("GET", "c/{id}/offers/{offer}", "any"),            // 0
-        entry("GET", "c/{id}/offers/7", "seven"),                 // 1: more literal segments
-        entry("GET", "c/{user}/offers/7", "seven again"),         // 2: ties with 1, later in file
-        entry("GET", "c/{id}/list?code={code}", "any code"),      // 3
-        entry("GET", "c/{id}/list?code=A", "code A"),             // 4: literal query value
-        entry("GET", "c/{id}/list", "no query"),                  // 5: fewer query parameters
-        entry("GET", "c/{id}/list?code={c}&page={p}", "paged"),   // 6: more query parameters
+        entry("GET", "c/{id}/offers/7", "seven"),                // 1: more literal segments
+        entry("GET", "c/{user}/offers/7", "seven again"),        // 2: ties with 1, later in file
+        entry("GET", "c/{id}/list?code={code}", "any code"),     // 3
+        entry("GET", "c/{id}/list?code=A", "code A"),            // 4: literal query value
+        entry("GET", "c/{id}/list", "no query"),                 // 5: fewer query parameters
+        entry("GET", "c/{id}/list?code={c}&page={p}", "paged"),  // 6: more query parameters
     });
     EXPECT_EQ(file->match("GET", "c/1/offers/8"), 0u);
     EXPECT_EQ(file->match("GET", "c/1/offers/7"), 1u);
@@ -177,17 +171,13 @@ TEST(SimulationLoader, RejectsMalformedFilesNamingEntryAndKey) {
         {{{"entries", {ok, 3}}}, "entry 1, key \"\": an entry must be an object"},
         {without("method"), "entry 1, key \"method\": is missing"},
         {with("method", "PUT"), "entry 1, key \"method\": must be \"GET\" or \"POST\""},
-        {with("path", 5), "entry 1, key \"path\": must be a non-empty text"},
         {with("path", "/a"), "entry 1, key \"path\": must not start with \"/\""},
         {with("path", "a/x{id}"), "entry 1, key \"path\": segment \"x{id}\""},
         {with("anwser", 1), "entry 1, key \"anwser\": is not a key of an entry"},
         {without("answer"), "entry 1, key \"answer\": an entry needs exactly one"},
-        {with("answers", QVCJSON::array({QVCJSON::object()})), "entry 1, key \"answer\": an entry needs exactly one"},
         {with("answer", {{"status", 99}}), "entry 1, key \"answer.status\": must be a whole number from 100 to 599"},
-        {with("answer", {{"status", "200"}}), "entry 1, key \"answer.status\""},
         {with("answer", {{"headers", {{"Location", 1}}}}), "entry 1, key \"answer.headers.Location\": must be a text"},
         {with("answer", {{"bdy", 1}}), "entry 1, key \"answer.bdy\": is not a key of an answer"},
-        {with("afterLast", "again"), "entry 1, key \"afterLast\""},
     };
     for (const auto& c : cases) {
         std::string message = loaderMessage(c.document);
@@ -229,7 +219,8 @@ TEST(SimulationTransport, ReportsAMissingUnreadableOrInvalidFile) {
     };
     const std::vector<Case> cases = {
         {std::nullopt, "GET a: no simulation file was given"},
-        {"/nonexistent/QVConsumerSimulate.json", "cannot read simulation file \"/nonexistent/QVConsumerSimulate.json\""},
+        {"/nonexistent/QVConsumerSimulate.json",
+         "cannot read simulation file \"/nonexistent/QVConsumerSimulate.json\""},
         {broken.path(), "is not JSON"},
         {invalid.path(), "entry 0, key \"answer\""},
     };
@@ -259,26 +250,18 @@ TEST(SimulationTransport, LoadsAFileOnceAndReloadsWhenAnotherIsNamed) {
     EXPECT_EQ(ask(first.path()), "changed");
 }
 
-TEST(SimulationTransport, HandsAnEscapingExceptionToTheHookAndKeepsGoing) {
+TEST(SimulationTransport, MayBeReleasedFromItsOwnAnswer) {
+    // A host that drops its last reference inside a completion must not deadlock the transport.
     SimulationFileOnDisk file(documentOf({entry("GET", "a", 1)}));
-    QVCSimulationWebServiceHandler handler;
-    std::mutex mutex;
-    std::vector<std::string> caught;
-    handler.setExceptionHook([&](std::exception_ptr exception) {
-        try {
-            std::rethrow_exception(exception);
-        } catch (const std::exception& error) {
-            std::lock_guard<std::mutex> lock(mutex);
-            caught.push_back(error.what());
-        }
+    auto handler = std::make_shared<QVCSimulationWebServiceHandler>();
+    std::promise<void> released;
+    handler->requestWithPath("a", 0, "consumers", std::nullopt, std::nullopt, 0, file.path(), [&](const QVCResponse&) {
+        handler.reset();
+        released.set_value();
     });
-    handler.requestWithPath("a", 0, "consumers", std::nullopt, std::nullopt, 0, file.path(),
-                            [](const QVCResponse&) { throw std::runtime_error("reader failed"); });
-    AnswerCollector collector;
-    handler.requestWithPath("a", 0, "consumers", std::nullopt, std::nullopt, 0, file.path(), collector.completion());
-    EXPECT_FALSE(collector.single().error());
-    std::lock_guard<std::mutex> lock(mutex);
-    EXPECT_EQ(caught, (std::vector<std::string>{"reader failed"}));
+    auto done = released.get_future();
+    ASSERT_EQ(done.wait_for(std::chrono::seconds(10)), std::future_status::ready);
+    EXPECT_FALSE(handler);
 }
 
 TEST(SimulationTransport, DestructionCancelsWaitingRequestsOnceEach) {
