@@ -1,13 +1,19 @@
 #include "QVConsumer/QVConsumerManager.h"
 
+#include <ctime>
 #include <tuple>
 #include <type_traits>
 #include <utility>
 
 #include "QVConsumer/QVCBundle.h"
+#include "QVConsumer/QVCConsumerInfo.h"
 #include "QVConsumer/QVCDocument.h"
 #include "QVConsumer/QVCException.h"
 #include "QVConsumer/QVCFormat.h"
+#include "QVConsumer/QVCMasterData.h"
+#include "QVConsumer/QVCNumber.h"
+#include "QVConsumer/QVCOffer.h"
+#include "QVConsumer/QVCPConstant.h"
 #include "platform/QVCUtility.h"
 
 template <typename... Args, typename Body>
@@ -61,6 +67,552 @@ void QVConsumerManager::setPushDeviceToken(const std::optional<QVCJSON>& token, 
             } else {
                 done(true, nullptr, nullptr);
             }
+        });
+    });
+}
+
+void QVConsumerManager::authenticateConsumerWithUserName(const std::optional<std::string>& userName,
+                                                         ConsumerCompletion completion) {
+    perform(std::move(completion), [&](const ConsumerCompletion& done) {
+        // Every attempt, whatever its outcome, forgets the balance read for the previous consumer.
+        setLoyalty("");
+        if (!userName) {
+            throw QVCException("cannot build the authentication path: the user name is absent");
+        }
+        std::string path = QVCFormat::format(_loginService, *userName, "/authenticate");
+        request(path, 0, std::nullopt, [self = shared_from_this(), done, userName](const QVCResponse& response) {
+            const QVCJSON* consumers = response.objectForKey("consumers");
+            if (consumers && consumers->is_array()) {
+                auto consumer =
+                    QVCConsumerInfo::initWithResponse(QVCDocument::elementAtIndex(*consumers, 0, "consumers"));
+                consumer->personalInfo->consumerName = userName;
+                // A refusal of the id reports the answer's own error (often none), not the platform's.
+                auto answerError = response.error();
+                self->setConsumerID(QVCFormat::integer(consumer->consumerID),
+                                    [done, consumer, answerError](bool success, Error, std::exception_ptr) {
+                                        if (success) {
+                                            done(consumer, nullptr, nullptr);
+                                        } else {
+                                            done(nullptr, answerError, nullptr);
+                                        }
+                                    });
+            } else if (response.containsValueForKey("httpResponseCode") && response.body()->is_object()) {
+                auto error = QVCErrorResponse::initWithErrorMessages(
+                    {QVCFormat::object(response.objectForKey("httpResponseCode"))});
+                done(nullptr, error, nullptr);
+            } else {
+                done(nullptr, response.error(), nullptr);
+            }
+        });
+    });
+}
+
+namespace {
+
+/// A record the consumer document is read through: an absent one has no values to write.
+template <typename Record>
+const Record& required(const std::shared_ptr<Record>& record, const std::string& name) {
+    if (!record) {
+        throw QVCException("cannot build the consumer document: " + name + " is absent");
+    }
+    return *record;
+}
+
+/// A text that the sign-up document passes through the platform's null filter
+/// (an absent one goes out as JSON null); the update document needs it present.
+void setText(QVCJSON& object, const std::string& key, const std::optional<std::string>& value, bool signUp) {
+    if (!signUp) {
+        QVCDocument::setObject(object, key, value);
+        return;
+    }
+    const QVCJSON text = value ? QVCJSON(*value) : QVCJSON();
+    object[key] = QVCUtility::getNonNullValue(value ? &text : nullptr);
+}
+
+/// The id of an existing row: written only by the update document.
+void setRowId(QVCJSON& object, const std::string& key, const std::optional<std::string>& value, bool signUp) {
+    if (!signUp) {
+        QVCDocument::setObject(object, key, value);
+    }
+}
+
+/// A type code: the constant "1" at sign-up, the record's own code at update.
+void setTypeCode(QVCJSON& object, const std::string& key, const std::optional<std::string>& value, bool signUp) {
+    if (signUp) {
+        object[key] = "1";
+    } else {
+        QVCDocument::setObject(object, key, value);
+    }
+}
+
+/// A code list, numbers and texts as the record holds them; an absent list cannot be written.
+void setCodes(QVCJSON& object, const std::string& key, const std::optional<std::vector<QVCJSON>>& codes) {
+    QVCDocument::setObject(object, key, codes ? std::optional<QVCJSON>(QVCJSON(*codes)) : std::nullopt);
+}
+
+const char* yesNo(bool value) {
+    return value ? "Y" : "N";
+}
+
+const char* oneZero(bool value) {
+    return value ? "1" : "0";
+}
+
+QVCJSON listOfOne(QVCJSON element) {
+    QVCJSON list = QVCJSON::array();
+    list.push_back(std::move(element));
+    return list;
+}
+
+/// The consumer object shared by the sign-up and the update document; signUp
+/// selects the variant's keys and conversions.
+QVCJSON consumerObject(const QVConsumerManager& manager, const std::shared_ptr<QVCConsumerInfo>& info, bool signUp) {
+    const QVCConsumerInfo& consumer = required(info, "the consumer record");
+    const QVCPersonalInfo& person = required(consumer.personalInfo, "personalInfo");
+    const QVCContactInfo& contact = required(person.contactInfo, "personalInfo.contactInfo");
+    const QVCAddress& addressInfo = required(contact.addressInfo, "personalInfo.contactInfo.addressInfo");
+    const QVCEmail& emailInfo = required(contact.emailInfo, "personalInfo.contactInfo.emailInfo");
+    const QVCPhone& phoneInfo = required(contact.phoneInfo, "personalInfo.contactInfo.phoneInfo");
+    const QVCPreference& preference = required(consumer.preference, "preference");
+    const auto companyInfo = manager.companyInfo();
+    const std::int64_t companyID = required(companyInfo, "the manager's company information").companyID;
+
+    QVCJSON address = QVCJSON::object();
+    setRowId(address, "addressId", addressInfo.addressId, signUp);
+    setText(address, "addressLine1", addressInfo.line1, signUp);
+    setText(address, "addressLine2", addressInfo.line2, signUp);
+    setText(address, "addressLine3", addressInfo.line3, signUp);
+    setText(address, "city", addressInfo.city, signUp);
+    setText(address, "postalCode", addressInfo.postalCode, signUp);
+    setText(address, "stateCode", addressInfo.stateCode, signUp);
+    setText(address, "countryCode", addressInfo.countryCode, signUp);
+    setTypeCode(address, "addressTypeCode", addressInfo.addressTypeCode, signUp);
+
+    QVCJSON email = QVCJSON::object();
+    setRowId(email, "emailAddressId", emailInfo.addressId, signUp);
+    setText(email, "emailAddress", emailInfo.address, signUp);
+    email["confirmedFlag"] = yesNo(emailInfo.confirmedEmail);
+    setTypeCode(email, "emailAddressTypeCode", emailInfo.addressTypeCode, signUp);
+
+    // The service spells the phone's type code key with a lower-case "n".
+    QVCJSON phone = QVCJSON::object();
+    setRowId(phone, "phoneNumberId", phoneInfo.phoneId, signUp);
+    setText(phone, "phoneNumber", phoneInfo.number, signUp);
+    phone["confirmedFlag"] = yesNo(phoneInfo.confirmedPhone);
+    setTypeCode(phone, "phonenumberTypeCode", phoneInfo.phoneTypeCode, signUp);
+
+    QVCJSON contactObject = QVCJSON::object();
+    setRowId(contactObject, "contactId", contact.contactId, signUp);
+    QVCDocument::setObject(contactObject, "firstName", consumer.firstName);
+    QVCDocument::setObject(contactObject, "lastName", consumer.lastName);
+    setText(contactObject, "middleName", consumer.middleName, signUp);
+    contactObject["preferenceTypeCode"] = preference.preferenceTypeCode;
+    setText(contactObject, "suffix", consumer.suffix, signUp);
+    setTypeCode(contactObject, "contactTypeCode", contact.contactTypeCode, signUp);
+    contactObject["address"] = listOfOne(std::move(address));
+    contactObject["email"] = listOfOne(std::move(email));
+    contactObject["phone"] = listOfOne(std::move(phone));
+
+    QVCJSON object = QVCJSON::object();
+    setText(object, "userId", person.consumerName, signUp);
+    if (!signUp) {
+        QVCDocument::setObject(object, "consumerId", manager.consumerID());
+    }
+    // A number at sign-up, decimal text at update: the service expects each so.
+    object["quorvexId"] = signUp ? QVCJSON(companyID) : QVCJSON(QVCFormat::integer(companyID));
+    QVCDocument::setObject(object, "genderTypeCode", person.genderTypeCode);
+    setText(object, "consumerTypeCode", consumer.consumerTypeCode, signUp);
+    QVCDocument::setObject(object, "maritalStatusTypeCode", person.maritalStatusTypeCode);
+    QVCDocument::setObject(object, "occupationTypeCode", person.occupationTypeCode);
+    setText(object, "occupationOther", person.occupationOther, signUp);
+    QVCDocument::setObject(object, "incomeRangeTypeCode", person.incomeRangeTypeCode);
+    QVCDocument::setObject(object, "educationTypeCode", person.educationTypeCode);
+    QVCDocument::setObject(object, "birthMonthDay", person.dateOfBirth);
+    QVCDocument::setObject(object, "ageRangeTypeCode", person.ageRangeTypeCode);
+    setText(object, "accountStatusCode", consumer.accountStatusCode, signUp);
+    // The update always sends a lower-case "y", whatever the record holds.
+    object["activeFlag"] = signUp ? yesNo(consumer.activeAccount) : "y";
+    object["preferEmailFlag"] = oneZero(preference.preferEmailFlag);
+    object["preferSmsFlag"] = oneZero(preference.preferSmsFlag);
+    object["preferAppFlag"] = oneZero(preference.preferAppFlag);
+    setCodes(object, "consumerGroupCodes", consumer.consumerGroupCodes);
+    if (signUp) {
+        setCodes(object, "merchantCategoryCodes", consumer.merchantTypes);
+    }
+    object["lockedDate"] = "";
+    object["expiresDate"] = "";
+    object["contactList"] = listOfOne(std::move(contactObject));
+    return object;
+}
+
+}  // namespace
+
+QVCJSON QVConsumerManager::signUpDocument(const std::shared_ptr<QVCConsumerInfo>& info) const {
+    return QVCJSON{{"consumers", consumerObject(*this, info, true)}};
+}
+
+QVCJSON QVConsumerManager::updateDocument(const std::shared_ptr<QVCConsumerInfo>& info) const {
+    return QVCJSON{{"consumerRq", {{"consumers", consumerObject(*this, info, false)}}}};
+}
+
+void QVConsumerManager::signUpNewUserWithDetails(std::shared_ptr<QVCConsumerInfo> info, ConsumerCompletion completion) {
+    perform(std::move(completion),
+            [&](const ConsumerCompletion& done) { sendConsumerDocument(signUpDocument(info), info, done); });
+}
+
+void QVConsumerManager::updateConsumerProfile(std::shared_ptr<QVCConsumerInfo> info, ConsumerCompletion completion) {
+    perform(std::move(completion),
+            [&](const ConsumerCompletion& done) { sendConsumerDocument(updateDocument(info), info, done); });
+}
+
+void QVConsumerManager::sendConsumerDocument(QVCJSON document, std::shared_ptr<QVCConsumerInfo> info,
+                                             const ConsumerCompletion& done) {
+    request(_registerAppConsumerService, 1, std::move(document),
+            [self = shared_from_this(), done, info](const QVCResponse& response) {
+                const QVCJSON* consumer = response.objectForKey("consumers");
+                if (!consumer || !consumer->is_object()) {
+                    done(nullptr, response.error(), nullptr);
+                    return;
+                }
+                const std::string consumerID = QVCFormat::object(
+                    QVCUtility::getNonNullValue(QVCDocument::valueForKey(*consumer, "consumerId", "consumers")));
+                // A refusal of the id reports the answer's own error; the
+                // platform's error and exception are dropped.
+                auto answerError = response.error();
+                self->setConsumerID(consumerID, [done, info, consumerID, answerError](bool success, Error,
+                                                                                      std::exception_ptr exception) {
+                    if (success) {
+                        info->consumerID = QVCNumber::integerValue(std::optional<std::string>(consumerID));
+                        done(info, nullptr, exception);
+                    } else {
+                        done(nullptr, answerError, nullptr);
+                    }
+                });
+            });
+}
+
+namespace {
+
+/// The status description as the caller receives it: not filtered, but a
+/// missing value or a JSON null cannot be text and is absent.
+std::optional<std::string> descriptionText(const QVCJSON* value) {
+    if (value == nullptr || value->is_null()) {
+        return std::nullopt;
+    }
+    return QVCFormat::object(*value);
+}
+
+}  // namespace
+
+void QVConsumerManager::retrieveLoyaltyInfo(LoyaltyCompletion completion) {
+    perform(std::move(completion), [&](const LoyaltyCompletion& done) {
+        std::string path = QVCFormat::format(_retrieveLoyaltyInfo, consumerID(), "/", "balance", "/", "loyalty");
+        request(path, 0, std::nullopt, [self = shared_from_this(), done](const QVCResponse& response) {
+            const QVCJSON* entries = response.objectForKey("consumerRs");
+            if (!entries || !entries->is_array()) {
+                done(0, std::nullopt, response.error(), nullptr);
+                return;
+            }
+            // Nothing here passes the null filter: a JSON null is a value of the wrong kind.
+            const QVCJSON& entry = QVCDocument::elementAtIndex(*entries, 0, "consumerRs");
+            const QVCJSON* statuses = QVCDocument::valueForKey(entry, "loyaltyConsumerStatusResponse", "consumerRs[0]");
+            const QVCJSON* points = QVCDocument::valueForKey(entry, "loyaltyPoints", "consumerRs[0]");
+            // The balance is kept before the caller hears of it.
+            self->setLoyalty(QVCFormat::object(points));
+            const std::int64_t balance = QVCNumber::integerValue(points, "consumerRs[0].loyaltyPoints");
+            if (statuses && !statuses->is_array()) {
+                throw QVCException("cannot count the elements of consumerRs[0].loyaltyConsumerStatusResponse: it is " +
+                                   std::string(QVCDocument::kindName(*statuses)) + ", not an array");
+            }
+            if (statuses && !statuses->empty()) {
+                const QVCJSON& status =
+                    QVCDocument::elementAtIndex(*statuses, 0, "consumerRs[0].loyaltyConsumerStatusResponse");
+                done(balance,
+                     descriptionText(QVCDocument::valueForKey(status, "description",
+                                                              "consumerRs[0].loyaltyConsumerStatusResponse[0]")),
+                     nullptr, nullptr);
+            } else {
+                done(balance, std::string(), nullptr, nullptr);
+            }
+        });
+    });
+}
+
+void QVConsumerManager::getMasterDataWithCompletionWithCompletion(MasterDataCompletion completion) {
+    perform(std::move(completion), [&](const MasterDataCompletion& done) {
+        request(_getMasterData, 0, std::nullopt, [done](const QVCResponse& response) {
+            const QVCJSON* document = response.objectForKey("consumerRs");
+            if (document != nullptr && document->is_object()) {
+                // Not guarded here: a malformed document's exception reaches the
+                // completion only while the request call is still running.
+                done(QVCMasterData::initWithResponse(*document), nullptr, nullptr);
+            } else {
+                done(nullptr, response.error(), nullptr);
+            }
+        });
+    });
+}
+
+namespace {
+
+const char* const offersPath = "lqsapi/consumers/v1/consumers/";
+
+/// The length of the white-space character that starts at position, 0 when
+/// none does: the ASCII blanks (space, tab, line feed, vertical tab, form
+/// feed, carriage return) and, in UTF-8, the Unicode white space (next line,
+/// no-break space, ogham space, the spaces U+2000 to U+200A, the line and
+/// paragraph separators, narrow no-break, medium mathematical and ideographic space).
+std::size_t whiteSpaceLength(const std::string& text, std::size_t position) {
+    auto byte = [&](std::size_t offset) {
+        return position + offset < text.size() ? static_cast<unsigned char>(text[position + offset]) : 0U;
+    };
+    const unsigned first = byte(0);
+    if (first == ' ' || (first >= '\t' && first <= '\r')) {
+        return 1;
+    }
+    const unsigned second = byte(1);
+    const unsigned third = byte(2);
+    if (first == 0xC2 && (second == 0x85 || second == 0xA0)) {
+        return 2;
+    }
+    if (first == 0xE1 && second == 0x9A && third == 0x80) {
+        return 3;
+    }
+    if (first == 0xE2 && second == 0x80 && (third <= 0x8A || third == 0xA8 || third == 0xA9 || third == 0xAF)) {
+        return 3;
+    }
+    if ((first == 0xE2 && second == 0x81 && third == 0x9F) || (first == 0xE3 && second == 0x80 && third == 0x80)) {
+        return 3;
+    }
+    return 0;
+}
+
+/// The code with every white-space character removed, wherever it stands; none stays none.
+std::optional<std::string> removingWhiteSpace(const std::optional<std::string>& code) {
+    if (!code) {
+        return std::nullopt;
+    }
+    std::string cleaned;
+    for (std::size_t position = 0; position < code->size();) {
+        const std::size_t blank = whiteSpaceLength(*code, position);
+        if (blank > 0) {
+            position += blank;
+        } else {
+            cleaned.push_back((*code)[position++]);
+        }
+    }
+    return cleaned;
+}
+
+/// "MM/dd/yyyy hh:mm a" in the current local time zone (TZ is read again on
+/// every call): a 12-hour clock with the day-period marker.
+std::string transactionDateTime(std::chrono::system_clock::time_point now) {
+    const std::time_t seconds = std::chrono::system_clock::to_time_t(now);
+    std::tm local{};
+    ::tzset();
+    localtime_r(&seconds, &local);
+    char text[64];
+    const std::size_t length = std::strftime(text, sizeof text, "%m/%d/%Y %I:%M %p", &local);
+    return std::string(text, length);
+}
+
+/// The sub-records the offer checks read; a missing one reads as absent texts.
+const OfferRules* rulesOf(const QVCOffer* offer) {
+    return offer && offer->offerDetails ? offer->offerDetails->rule.get() : nullptr;
+}
+
+const OfferType* typeOf(const QVCOffer* offer) {
+    return offer && offer->offerDetails ? offer->offerDetails->type.get() : nullptr;
+}
+
+/// Whether the rules check's product walk finds productId among the offer's
+/// products; true when the offer names no products (no list or an empty one).
+bool offerAppliesToProduct(const QVCOffer* offer, std::int64_t productId) {
+    if (!offer || !offer->offerDetails || !offer->offerDetails->products || offer->offerDetails->products->empty()) {
+        return true;
+    }
+    for (const auto& listed : *offer->offerDetails->products) {
+        if (listed && listed->productId == productId) {
+            return true;
+        }
+    }
+    return false;
+}
+
+}  // namespace
+
+void QVConsumerManager::getAllOffersWithCompletionHandler(OffersCompletion completion) {
+    perform(std::move(completion), [&](const OffersCompletion& done) {
+        auto facility = facilityInfo();
+        std::string path = QVCFormat::format(offersPath, consumerID(),
+                                             "/offers?facilityId=", facility ? facility->facilityID : std::int64_t{0});
+        request(path, 0, std::nullopt, [done](const QVCResponse& response) {
+            const auto& body = response.body();
+            if (!body || !body->is_array()) {
+                done(std::nullopt, response.error(), nullptr);
+                return;
+            }
+            std::vector<std::shared_ptr<QVCOffer>> offers;
+            for (std::size_t index = 0; index < body->size(); ++index) {
+                const QVCJSON& entry = (*body)[index];
+                // An entry without an "offer" object is left out without a word.
+                const QVCJSON* offer =
+                    QVCDocument::valueForKey(entry, "offer", "offers[" + std::to_string(index) + "]");
+                if (offer && offer->is_object()) {
+                    offers.push_back(QVCOffer::initWithResponse(entry));
+                }
+            }
+            done(std::move(offers), nullptr, nullptr);
+        });
+    });
+}
+
+void QVConsumerManager::getOfferDetailsWithOfferID(const std::optional<QVCJSON>& offerID, OfferCompletion completion) {
+    perform(std::move(completion), [&](const OfferCompletion& done) {
+        std::string path = QVCFormat::format(offersPath, consumerID(), "/offers/", offerID);
+        request(path, 0, std::nullopt, [done](const QVCResponse& response) {
+            const auto& body = response.body();
+            // An answer that is not one offer document is not reported at all.
+            if (body && body->is_object()) {
+                done(QVCOffer::initWithResponse(*body), response.error(), nullptr);
+            }
+        });
+    });
+}
+
+void QVConsumerManager::getOfferWithOfferCode(const std::optional<std::string>& offerCode, OfferCompletion completion) {
+    perform(std::move(completion), [&](const OfferCompletion& done) {
+        std::string path =
+            QVCFormat::format(offersPath, consumerID(), "/offers?offerCode=", removingWhiteSpace(offerCode));
+        request(path, 0, std::nullopt, [done](const QVCResponse& response) {
+            const auto& body = response.body();
+            if (!body || !body->is_array()) {
+                done(nullptr, response.error(), nullptr);
+            } else if (body->empty()) {
+                done(nullptr, QVCErrorResponse::initWithErrorMessages({"This offer is not valid any more"}), nullptr);
+            } else {
+                done(QVCOffer::initWithResponse(body->front()), nullptr, nullptr);
+            }
+        });
+    });
+}
+
+void QVConsumerManager::offerRulesCheck(std::shared_ptr<QVCOffer> offer, const std::optional<std::string>& cartTotal,
+                                        std::shared_ptr<QVCProduct> product, const RulesCheckCompletion& completion) {
+    auto report = [&completion](const char* failure) {
+        if (completion) {
+            completion(failure == nullptr, failure ? QVCErrorResponse::initWithErrorMessages({failure}) : nullptr);
+        }
+    };
+    const OfferRules* rule = rulesOf(offer.get());
+    const OfferType* type = typeOf(offer.get());
+    // Each rule fails only when its comparison holds, so a value that is not a number passes.
+    const double total = QVCNumber::doubleValue(cartTotal);
+    const double minimum = QVCNumber::doubleValue(rule ? rule->minPurchaseLimit : std::nullopt);
+    if (minimum > total) {
+        report("Purchase amount is lower than minimum transaction amount");
+        return;
+    }
+    const double points = QVCNumber::doubleValue(loyalty());
+    const double cost = QVCNumber::doubleValue(type ? type->loyaltyPoint : std::nullopt);
+    if (cost > points) {
+        report("You do not have enough loyalty points to use this offer");
+        return;
+    }
+    if (!product || offerAppliesToProduct(offer.get(), product->productId)) {
+        report(nullptr);
+        return;
+    }
+    report("Product ID does not match");
+}
+
+void QVConsumerManager::validateOfferWithOfferCode(const std::optional<std::string>& offerCode,
+                                                   std::optional<Products> products,
+                                                   ValidationCompletion completionHandler) {
+    perform(std::move(completionHandler), [&](const ValidationCompletion& done) {
+        auto self = shared_from_this();
+        getOfferWithOfferCode(offerCode, [self, done, products](std::shared_ptr<QVCOffer> offer, Error error,
+                                                                std::exception_ptr exception) {
+            if (error || exception) {
+                done(false, std::nullopt, std::nullopt, error, exception);
+                return;
+            }
+            if (!offer) {
+                done(false, products, std::nullopt, nullptr, nullptr);
+                return;
+            }
+            const Products basket = products.value_or(Products{});
+            double total = 0.0;
+            for (const auto& item : basket) {
+                if (item) {
+                    total += QVCNumber::doubleValue(item->price) * static_cast<double>(item->quantity);
+                }
+            }
+            const OfferType* type = typeOf(offer.get());
+            if (!type || type->typeDescription != "PERCENT OFF") {
+                done(true, products, type ? type->amountOff : std::nullopt, nullptr, nullptr);
+                return;
+            }
+            Products priced;
+            for (const auto& item : basket) {
+                const double factor = 1.0 - QVCNumber::doubleValue(type->percentOff) / 100.0;
+                auto result = std::make_shared<QVCReservationProduct>();
+                // A plain product has no taxable flag: only a reservation product passes one on.
+                auto reservation = std::dynamic_pointer_cast<QVCReservationProduct>(item);
+                result->quantity = item ? item->quantity : 0;
+                result->taxable = reservation && reservation->taxable;
+                const std::optional<std::string> ownPrice = item ? item->price : std::nullopt;
+                self->offerRulesCheck(offer, QVCFormat::decimal(total), item, [&](bool passed, const Error&) {
+                    // A product the rules reject keeps its own, undiscounted price.
+                    result->price = passed ? QVCFormat::decimal(QVCNumber::doubleValue(ownPrice) * factor) : ownPrice;
+                });
+                priced.push_back(std::move(result));
+            }
+            done(true, std::move(priced), std::nullopt, nullptr, nullptr);
+        });
+    });
+}
+
+void QVConsumerManager::redeemOfferWithAmount(const std::optional<QVCJSON>& amount,
+                                              const std::optional<std::string>& offerCode,
+                                              const std::optional<QVCJSON>& referenceID,
+                                              RedemptionCompletion completion) {
+    if (!amount || !offerCode || !referenceID) {
+        if (completion) {
+            completion(std::nullopt,
+                       QVCErrorResponse::initWithErrorMessages(
+                           {"Please make sure your transaction, offer code, reference ID exist and match each other"}),
+                       nullptr);
+        }
+        return;
+    }
+    perform(std::move(completion), [&](const RedemptionCompletion& done) {
+        auto self = shared_from_this();
+        getOfferWithOfferCode(offerCode, [self, done, amount, referenceID](std::shared_ptr<QVCOffer> offer, Error error,
+                                                                           std::exception_ptr) {
+            if (!offer) {
+                // A lookup that ended in an exception is not reported.
+                if (error) {
+                    done(std::nullopt, error, nullptr);
+                }
+                return;
+            }
+            std::string path =
+                QVCFormat::format(offersPath, self->consumerID(), "/offers/", offer->consumerOfferId, "/redeems");
+            QVCJSON body = QVCJSON::object();
+            body["amount"] = *amount;
+            // The service's own code for the offer, not the one the shopper typed.
+            QVCDocument::setObject(body, "offerCode", offer->offerCode);
+            body["referenceId"] = *referenceID;
+            const auto now = self->clock_ ? self->clock_() : std::chrono::system_clock::now();
+            body["transactionDateTime"] = transactionDateTime(now);
+            self->request(path, 1, std::move(body), [done](const QVCResponse& response) {
+                if (response.error()) {
+                    done(std::nullopt, response.error(), nullptr);
+                } else {
+                    done(response.headerValue("location"), nullptr, nullptr);
+                }
+            });
         });
     });
 }

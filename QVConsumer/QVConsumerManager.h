@@ -1,11 +1,13 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <exception>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/QVCCompanyInfo.h"
@@ -75,6 +77,13 @@ public:
     const std::optional<std::string>& loyalty() const { return loyalty_; }
     void setLoyalty(std::optional<std::string> loyalty) { loyalty_ = std::move(loyalty); }
 
+    /// The clock that dates redemptions ("transactionDateTime"), read when the
+    /// offer lookup of a redemption answers. The system clock by default; a
+    /// hook for hosts that keep their own time and for tests. An empty
+    /// function restores the system clock.
+    using Clock = std::function<std::chrono::system_clock::time_point()>;
+    void setClock(Clock clock) { clock_ = std::move(clock); }
+
     /// The service's reference lists.
     void getMasterDataWithCompletionWithCompletion(MasterDataCompletion completion);
 
@@ -87,19 +96,51 @@ public:
     /// The current consumer's loyalty balance and status; keeps the balance in loyalty().
     void retrieveLoyaltyInfo(LoyaltyCompletion completion);
 
-    /// The current consumer's offers at the current facility.
+    /// The request document that signUpNewUserWithDetails sends: {"consumers": consumer}.
+    /// The company id is a number, "activeFlag" is "Y"/"N", the contact, address,
+    /// e-mail and phone type codes are "1" whatever the record holds, no row id
+    /// is written, the merchant type codes go out as "merchantCategoryCodes",
+    /// and 15 texts pass the platform's null filter (an absent one is sent as
+    /// JSON null). Throws QVCException naming the value when any other value,
+    /// a code list or a sub-record is absent, or the manager has no company.
+    QVCJSON signUpDocument(const std::shared_ptr<QVCConsumerInfo>& info) const;
+    /// The request document that updateConsumerProfile sends:
+    /// {"consumerRq": {"consumers": consumer}}. Unlike the sign-up document it
+    /// carries the manager's consumer id and the row ids of the records, the
+    /// company id as decimal text, "activeFlag" "y" whatever the record holds,
+    /// the records' own type codes and no merchant type codes; nothing is
+    /// filtered, so every absent value throws QVCException naming its key.
+    QVCJSON updateDocument(const std::shared_ptr<QVCConsumerInfo>& info) const;
+
+    /// The current consumer's offers at the current facility. Entries without
+    /// an "offer" object are left out; an answer that is not a list reports
+    /// the response's error.
     void getAllOffersWithCompletionHandler(OffersCompletion completion);
-    /// What an offer code is worth against a basket.
+    /// What an offer code is worth against a basket: looks the offer up by
+    /// code; a "PERCENT OFF" offer hands back one reservation product per
+    /// basket product, priced per unit ("%f") when the rules check passes for
+    /// it and at its own price otherwise; any other offer hands back the basket
+    /// and the offer's amountOff. taxable is carried over only from basket
+    /// products that are QVCReservationProducts (a plain product has none).
     void validateOfferWithOfferCode(const std::optional<std::string>& offerCode, std::optional<Products> products,
                                     ValidationCompletion completionHandler);
-    /// One offer by its id.
+    /// One offer by its id. The response's error is passed beside the offer;
+    /// an answer that is not one offer document calls no completion at all.
     void getOfferDetailsWithOfferID(const std::optional<QVCJSON>& offerID, OfferCompletion completion);
     /// Redeems an offer for a purchase; reports the redemption's location.
+    /// An absent argument is refused at once without request. Otherwise the
+    /// offer is looked up by code and the redemption posted for its
+    /// consumerOfferId with the service's own offer code and the local time
+    /// of the lookup's answer. A lookup that ends in an exception calls no
+    /// completion.
     void redeemOfferWithAmount(const std::optional<QVCJSON>& amount, const std::optional<std::string>& offerCode,
                                const std::optional<QVCJSON>& referenceID, RedemptionCompletion completion);
     /// One offer by the code a shopper types (white space is removed).
     void getOfferWithOfferCode(const std::optional<std::string>& offerCode, OfferCompletion completion);
-    /// Checks an offer's rules locally; completes before it returns.
+    /// Checks an offer's rules locally, in order: minimum purchase against
+    /// cartTotal, the offer's loyalty points against loyalty(), then the
+    /// product's id against the offer's products (none named: any product).
+    /// Completes before it returns; runs outside the exception guard.
     void offerRulesCheck(std::shared_ptr<QVCOffer> offer, const std::optional<std::string>& cartTotal,
                          std::shared_ptr<QVCProduct> product, const RulesCheckCompletion& completion);
 
@@ -122,6 +163,11 @@ private:
     void request(const std::string& path, std::int64_t httpMethod, std::optional<QVCJSON> body,
                  QVCResponseCompletion answer);
 
+    /// Sends a consumer request document; on an answer holding a "consumers"
+    /// object makes its "consumerId" current and hands info back with that id.
+    void sendConsumerDocument(QVCJSON document, std::shared_ptr<QVCConsumerInfo> info, const ConsumerCompletion& done);
+
     std::optional<std::string> simulatePath_;
     std::optional<std::string> loyalty_;
+    Clock clock_;
 };

@@ -58,14 +58,23 @@ void QVCScriptedWebServiceHandler::requestWithPath(const std::string& path, std:
     QVCRecordedRequest request{path, httpMethod,   contextMessageType, headers,
                                body, responseType, simulateFilePath,   std::move(completion)};
     std::unique_lock<std::mutex> lock(mutex_);
-    requests_.push_back(request);
+    requests_.push_back(std::move(request));
     if (delivery_ == Delivery::Deferred) {
         waiting_.push_back(requests_.size() - 1);
         return;
     }
-    QVCResponse answer = takeAnswerFor(request);
+    answer(requests_.size() - 1, lock);
+}
+
+void QVCScriptedWebServiceHandler::answer(std::size_t index, std::unique_lock<std::mutex>& lock) {
+    QVCRecordedRequest& request = requests_[index];
+    QVCResponse response = takeAnswerFor(request);
+    QVCResponseCompletion completion = std::move(request.completion);
+    request.completion = nullptr;
     lock.unlock();
-    request.completion(answer);
+    if (completion) {
+        completion(response);
+    }
 }
 
 bool QVCScriptedWebServiceHandler::releaseNext() {
@@ -73,11 +82,9 @@ bool QVCScriptedWebServiceHandler::releaseNext() {
     if (waiting_.empty()) {
         return false;
     }
-    QVCRecordedRequest request = requests_[waiting_.front()];
+    std::size_t index = waiting_.front();
     waiting_.pop_front();
-    QVCResponse answer = takeAnswerFor(request);
-    lock.unlock();
-    request.completion(answer);
+    answer(index, lock);
     return true;
 }
 

@@ -10,7 +10,9 @@
 
 #include "platform/QVCWebServiceHandler.h"
 
-/// One request as a QVCScriptedWebServiceHandler received it: its eight arguments in order.
+/// One request as a QVCScriptedWebServiceHandler received it: its eight
+/// arguments in order. The completion is kept only until it has been called,
+/// so that a recorded request holds nothing alive that its answer captured.
 struct QVCRecordedRequest {
     std::string path;
     std::int64_t httpMethod = 0;
@@ -61,6 +63,8 @@ public:
 
 private:
     QVCResponse takeAnswerFor(const QVCRecordedRequest& request);
+    /// Gives request index its answer; unlocks lock before calling the completion.
+    void answer(std::size_t index, std::unique_lock<std::mutex>& lock);
 
     Delivery delivery_;
     mutable std::mutex mutex_;

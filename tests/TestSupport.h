@@ -56,6 +56,10 @@ protected:
     std::shared_ptr<QVCScriptedWebServiceHandler> handler = std::make_shared<QVCScriptedWebServiceHandler>(GetParam());
     std::shared_ptr<QVConsumerManager> manager = makeManager(handler);
 
+    /// A request left waiting holds a completion that holds the manager, which
+    /// holds the handler: detaching the handler lets both go.
+    ~ManagerTest() override { manager->setWebServiceHandler(nullptr); }
+
     /// Gives the answers in Deferred delivery; nothing to do in Immediate delivery.
     void deliver() { handler->releaseAll(); }
 };

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "QVConsumer/OfferRules.h"
+#include "QVConsumer/OfferType.h"
+#include "QVConsumer/QVCReservationProduct.h"
+
+/// The body of an offer: its rules, its discount type, the products it is
+/// tied to and its image.
+struct OfferDetails {
+    using Products = std::vector<std::shared_ptr<QVCReservationProduct>>;
+
+    std::shared_ptr<OfferRules> rule = std::make_shared<OfferRules>();
+    std::shared_ptr<OfferType> type = std::make_shared<OfferType>();
+    /// An empty list by default and after every read. A host may set it to
+    /// none ("no list"); the rules check then, as for an empty list, lets the
+    /// offer apply to any product.
+    std::optional<Products> products = Products{};
+    std::optional<std::string> imageURL = "";
+};

@@ -1,0 +1,4 @@
+#include "QVConsumer/OfferRules.h"
+
+// OfferRules is a plain record: its defaults are its member initialisers and it has
+// no behaviour of its own. This file keeps the one-source-per-class layout.

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+/// The kind of an offer's discount and its amounts, all as text.
+struct OfferType {
+    /// The type's name as the service spells it; validation compares it with "PERCENT OFF".
+    std::optional<std::string> typeDescription = "";
+    std::optional<std::string> percentOff = "";
+    std::optional<std::string> amountOff = "";
+    std::optional<std::string> cardNumber = "";
+    /// The loyalty points that using the offer takes.
+    std::optional<std::string> loyaltyPoint = "";
+};

@@ -1,0 +1,1 @@
+#include "QVConsumer/QVCBaseType.h"

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "QVConsumer/QVCConsumerGroupType.h"
+
+/// A consumer's membership of a consumer group, paired with the group's
+/// reference record. For the host's own forms: the library neither creates
+/// nor reads it (a consumer keeps only the codes, in consumerGroupCodes).
+struct QVCConsumerGroup {
+    std::optional<std::string> consumerGroupId = "";
+    bool activeFlag = true;
+    std::shared_ptr<QVCConsumerGroupType> groupType = std::make_shared<QVCConsumerGroupType>();
+};

@@ -1,0 +1,13 @@
+#pragma once
+
+#include <string>
+
+/// The reference record a consumer group membership points at. Unlike the
+/// master data records its code and sort position are texts; no document
+/// reader fills it, the host application does.
+struct QVCConsumerGroupType {
+    std::string groupCode;
+    bool activeFlag = true;
+    std::string groupDescription;
+    std::string sortOrder;
+};

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "QVConsumer/QVCMerchantType.h"
+
+/// A consumer's interest in a merchant type, paired with the type's reference
+/// record. For the host's own forms: the library neither creates nor reads it
+/// (a consumer keeps only the codes, in merchantTypes).
+struct QVCConsumerMerchantType {
+    std::optional<std::string> consumerMerchantTypeId = "";
+    bool activeFlag = true;
+    std::shared_ptr<QVCMerchantType> merchantType = std::make_shared<QVCMerchantType>();
+};

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "QVConsumer/QVCAddress.h"
+#include "QVConsumer/QVCEmail.h"
+#include "QVConsumer/QVCPhone.h"
+
+/// The consumer's one contact: an e-mail address, a telephone number and a
+/// postal address, each its own record.
+struct QVCContactInfo {
+    std::optional<std::string> contactId = "1";
+    std::optional<std::string> contactTypeCode = "1";
+    std::shared_ptr<QVCEmail> emailInfo = std::make_shared<QVCEmail>();
+    std::shared_ptr<QVCPhone> phoneInfo = std::make_shared<QVCPhone>();
+    std::shared_ptr<QVCAddress> addressInfo = std::make_shared<QVCAddress>();
+};

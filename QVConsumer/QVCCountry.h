@@ -1,0 +1,12 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "QVConsumer/QVCBaseType.h"
+
+/// A country of the country list, keyed by a text code (absent only when the
+/// master data document gave none).
+struct QVCCountry : QVCBaseType {
+    std::optional<std::string> countryCode = std::string();
+};

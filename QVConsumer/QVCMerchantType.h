@@ -1,0 +1,13 @@
+#pragma once
+
+#include <string>
+
+/// The reference record a consumer's merchant type membership points at.
+/// Unlike the master data records (where merchant types are QVCMasterType
+/// entries) its code and sort position are texts; the host application fills it.
+struct QVCMerchantType {
+    std::string merchantTypeCode;
+    std::string merchantDescription;
+    std::string sortOrder;
+    bool activeFlag = true;
+};

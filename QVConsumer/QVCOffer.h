@@ -1,0 +1,34 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "QVConsumer/OfferDetails.h"
+#include "platform/QVCJSON.h"
+
+/// One offer as the service knows it. A record made here has empty texts
+/// everywhere but offerDescription, which is absent, and fresh details.
+struct QVCOffer {
+    /// The offer's id as assigned to this consumer; redemption puts it in its path.
+    std::optional<std::string> consumerOfferId = "";
+    std::optional<std::string> offerId = "";
+    std::optional<std::string> offerName = "";
+    std::optional<std::string> offerDescription;
+    std::optional<std::string> promoCode = "";
+    std::shared_ptr<OfferDetails> offerDetails = std::make_shared<OfferDetails>();
+    /// The code a shopper types in.
+    std::optional<std::string> offerCode = "";
+
+    /// Reads one entry of the service's offer answers:
+    /// {"consumerOfferId", "offerCode", "offer": {"offerId", "offerName",
+    /// "promoCode", "offerDescription", "offerDetails": {"offerRules",
+    /// "offerType", "associatedProduct", "imageURL"}}}.
+    /// Every member is read, so no default survives: a missing text is absent.
+    /// Ids, limits, amounts and points are "%@" texts, "(null)" when missing;
+    /// combinable is whether "minPurchaseLimit" has a value; associated
+    /// products are plain reservation products with only name and productId.
+    /// Throws QVCException when an intermediate object or a product is present
+    /// but not an object, or the product list is not a list.
+    static std::shared_ptr<QVCOffer> initWithResponse(const QVCJSON& response);
+};

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "QVConsumer/QVCContactInfo.h"
+
+/// The consumer's personal data. The type codes are codes of the service's
+/// reference lists, held as text.
+struct QVCPersonalInfo {
+    /// The consumer's user name.
+    std::optional<std::string> consumerName = "";
+    std::optional<std::string> genderTypeCode = "1";
+    std::optional<std::string> maritalStatusTypeCode = "1";
+    std::optional<std::string> incomeRangeTypeCode = "1";
+    std::optional<std::string> educationTypeCode = "1";
+    /// The birth month and day as the service sent it; never parsed.
+    std::optional<std::string> dateOfBirth = "";
+    std::optional<std::string> ageRangeTypeCode = "1";
+    std::shared_ptr<QVCContactInfo> contactInfo = std::make_shared<QVCContactInfo>();
+    std::optional<std::string> occupationTypeCode = "1";
+    /// Free text for an occupation that the reference list lacks.
+    std::optional<std::string> occupationOther = "";
+};

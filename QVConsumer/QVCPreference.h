@@ -1,0 +1,12 @@
+#pragma once
+
+#include <cstdint>
+
+/// How the consumer prefers to be contacted.
+struct QVCPreference {
+    bool preferEmailFlag = true;
+    bool preferSmsFlag = true;
+    bool preferAppFlag = true;
+    /// The only code of the profile held as an integer.
+    std::int64_t preferenceTypeCode = 1;
+};

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "platform/QVCJSON.h"
+
+/// One product line of a basket, as the host builds it for validation and as
+/// it is written to a request. productId -1 stands for a product not yet
+/// known; the price is text, "0" by default.
+struct QVCProduct {
+    QVCProduct() = default;
+    QVCProduct(const QVCProduct&) = default;
+    QVCProduct& operator=(const QVCProduct&) = default;
+    QVCProduct(QVCProduct&&) = default;
+    QVCProduct& operator=(QVCProduct&&) = default;
+    virtual ~QVCProduct();
+
+    std::int64_t productId = -1;
+    std::int64_t quantity = 0;
+    std::optional<std::string> productDescription = "";
+    std::optional<std::string> price = "0";
+
+    /// Reads "productId" and "productQuantity" as integers, "productDescription"
+    /// and "productPrice" as is. Every member is read, so the defaults above do
+    /// not survive: a missing "productId" gives 0, a missing price none.
+    static std::shared_ptr<QVCProduct> initWithResponse(const QVCJSON& response);
+
+    /// {"productId", "productQuantity" (integers), "productPrice",
+    /// "productDescription" (texts)}; an absent text leaves its key out.
+    QVCJSON toDictionary() const;
+};

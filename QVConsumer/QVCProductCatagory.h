@@ -1,0 +1,23 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "platform/QVCJSON.h"
+
+class QVCReader;
+
+/// One catalogue category of a product. The misspelt names are the
+/// interface's own and stay as they are.
+struct QVCProductCatagory {
+    std::optional<std::string> catagoryName;
+    std::int64_t catagoryId = 0;
+
+    /// Reads "categorytId" (spelled so; a "categoryId" member is not read, so
+    /// its id stays 0) as an integer and "categoryName" as is.
+    static std::shared_ptr<QVCProductCatagory> initWithResponse(const QVCJSON& response);
+    /// The same reading over an element of an enclosing document.
+    static std::shared_ptr<QVCProductCatagory> read(const QVCReader& document);
+};

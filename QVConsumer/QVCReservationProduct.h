@@ -1,0 +1,46 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "QVConsumer/QVCProduct.h"
+#include "QVConsumer/QVCProductCatagory.h"
+#include "QVConsumer/QVCSalesChannel.h"
+#include "platform/QVCJSON.h"
+
+/// A product as the service's catalogue describes it. A record made here has
+/// the four product defaults and nothing else: absent texts, absent (not
+/// empty) categories and channels, taxable false.
+struct QVCReservationProduct : QVCProduct {
+    std::optional<std::string> name;
+    std::optional<std::string> startDate;
+    std::optional<std::string> endDate;
+    std::optional<std::string> timeZone;
+    std::optional<std::vector<std::shared_ptr<QVCProductCatagory>>> categories;
+    std::optional<std::string> shortDescription;
+    /// The service's "productDescription", kept apart from the inherited productDescription.
+    std::optional<std::string> prodDesc;
+    bool taxable = false;
+    std::optional<std::vector<std::shared_ptr<QVCSalesChannel>>> channels;
+    std::optional<std::string> imageAddress;
+    std::optional<std::string> imageText;
+    std::optional<std::string> sku;
+    std::optional<std::string> status;
+    std::optional<std::string> statusCode;
+    std::optional<std::string> createOn;
+    std::optional<std::string> createBy;
+
+    /// Reads a catalogue product. Starts from the product defaults, then
+    /// overwrites price ("price", as is: a missing one gives none), productId
+    /// and quantity (integers: missing gives 0); productDescription keeps "".
+    /// categories and channels are always lists, empty when missing or null.
+    /// "taxable" is a truth value, and a JSON null there throws.
+    static std::shared_ptr<QVCReservationProduct> initWithResponse(const QVCJSON& response);
+
+    /// {"productId", "productQuantity" (integers), "productPrice" (the
+    /// price's numeric value as a floating-point number, 0.0 when it has
+    /// none), "couponCode" (always "")}: always these four, nothing else.
+    QVCJSON reverseToDictionary() const;
+};

@@ -1,0 +1,14 @@
+#include "QVConsumer/QVCSalesChannel.h"
+
+#include "QVConsumer/QVCReader.h"
+
+std::shared_ptr<QVCSalesChannel> QVCSalesChannel::initWithResponse(const QVCJSON& response) {
+    return read(QVCReader(response, "sales channel document"));
+}
+
+std::shared_ptr<QVCSalesChannel> QVCSalesChannel::read(const QVCReader& document) {
+    auto channel = std::make_shared<QVCSalesChannel>();
+    channel->channelId = document.integer("channelId");
+    channel->channelName = document.asIs("channelName");
+    return channel;
+}

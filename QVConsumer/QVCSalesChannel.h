@@ -1,0 +1,21 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "platform/QVCJSON.h"
+
+class QVCReader;
+
+/// One sales channel in which a product is sold.
+struct QVCSalesChannel {
+    std::int64_t channelId = 0;
+    std::optional<std::string> channelName;
+
+    /// Reads "channelId" as an integer and "channelName" as is.
+    static std::shared_ptr<QVCSalesChannel> initWithResponse(const QVCJSON& response);
+    /// The same reading over an element of an enclosing document.
+    static std::shared_ptr<QVCSalesChannel> read(const QVCReader& document);
+};

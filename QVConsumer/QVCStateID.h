@@ -1,0 +1,11 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+/// The composite key of a state: its country and its code within that country.
+/// Either is absent only when the master data document gave none.
+struct QVCStateID {
+    std::optional<std::string> countryCode = std::string();
+    std::optional<std::string> stateCode = std::string();
+};

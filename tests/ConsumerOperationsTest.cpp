@@ -1,0 +1,157 @@
+#include <gtest/gtest.h>
+
+#include "ConsumerTestSupport.h"
+
+namespace {
+
+/// Authentication, sign-up, update and the loyalty balance, in both delivery modes.
+class ConsumerOperationsTest : public ManagerTest {
+protected:
+    std::shared_ptr<QVCConsumerInfo> info = formConsumer();
+    QVConsumerManager::Error answerError = QVCErrorResponse::initWithErrorMessages({"answer"});
+    std::int64_t points = -1;
+    std::optional<std::string> description, loyaltySeen;  // loyaltySeen: the manager's loyalty inside the completion
+    QVConsumerManager::Error balanceError;
+
+    // The scripted handler keeps every answer callback, and those hold the
+    // manager: detach the handler so that both can be freed.
+    void TearDown() override { manager->setWebServiceHandler(nullptr); }
+    void retrieveBalance() {
+        manager->retrieveLoyaltyInfo([this](auto points_, auto description_, auto error, auto) {
+            points = points_, description = description_, balanceError = error, loyaltySeen = manager->loyalty();
+        });
+        deliver();
+    }
+    /// Makes the platform refuse one consumer id with an error of its own.
+    void refuse(std::string id) {
+        manager->setConsumerIDValidator([id](const std::optional<std::string>& offered) {
+            return offered == id ? QVCErrorResponse::initWithErrorMessages({"refused"}) : nullptr;
+        });
+    }
+};
+QVC_INSTANTIATE_FOR_BOTH_DELIVERIES(ConsumerOperationsTest);
+
+TEST_P(ConsumerOperationsTest, JdoeAuthenticatesAndReadsTheBalanceOfTheNewId) {
+    manager->setLoyalty("250");
+    handler->answerWithBody(QVCJSON{{"consumers", {consumerDocument(), {{"consumerId", 99}}}}});
+    handler->answerWithBody(QVCJSON::parse(
+        R"({"consumerRs": [{"loyaltyPoints": 80, "loyaltyConsumerStatusResponse": [{"description": "Gold"}]}]})"));
+    ConsumerResult result;
+    manager->authenticateConsumerWithUserName("jdoe", result.completion());
+    EXPECT_EQ(manager->loyalty(), "");  // cleared before any answer
+    deliver();
+    EXPECT_EQ(handler->lastRequest().path, "lqsapi/consumers/v1/consumer/jdoe/authenticate");
+    EXPECT_FALSE(handler->lastRequest().httpMethod || handler->lastRequest().body);
+    ASSERT_TRUE(result.consumer);
+    EXPECT_EQ(result.consumer->consumerID, 5150);
+    EXPECT_EQ(result.consumer->personalInfo->consumerName, "jdoe");  // not the document's "doc-user"
+    retrieveBalance();
+    EXPECT_EQ(handler->lastRequest().path, "lqsapi/consumers/v1/consumer/5150/balance/loyalty");
+    EXPECT_EQ(handler->lastRequest().httpMethod, 0);
+    EXPECT_EQ(points, 80);
+    EXPECT_EQ(texts(description, loyaltySeen), texts("Gold", "80"));
+}
+
+TEST_P(ConsumerOperationsTest, AuthenticationFailuresReportTheAnswersErrorNeverThePlatforms) {
+    refuse("0");
+    handler->answerWithBody(QVCJSON{{"consumers", {QVCJSON::object()}}});  // id 0, refused
+    handler->answerWith(QVCResponse(QVCJSON{{"consumers", {QVCJSON::object()}}}, {}, answerError));
+    handler->answerWithBody(QVCJSON{{"httpResponseCode", 401}});
+    handler->answerWith(QVCResponse(QVCJSON{{"consumers", QVCJSON::object()}}, {}, answerError));
+    std::vector<ConsumerResult> results(5);
+    for (auto& result : results) {
+        auto userName = &result == &results[4] ? std::nullopt : std::optional<std::string>("");
+        manager->authenticateConsumerWithUserName(userName, result.completion());
+    }
+    deliver();
+    EXPECT_EQ(handler->requestCount(), 4u);  // none for the absent user name
+    EXPECT_EQ(handler->lastRequest().path, "lqsapi/consumers/v1/consumer//authenticate");
+    EXPECT_FALSE(results[0].error);
+    EXPECT_EQ(results[1].error, answerError);
+    ASSERT_TRUE(results[2].error);
+    EXPECT_EQ(results[2].error->errorMessages(), std::vector<std::string>{"401"});
+    EXPECT_EQ(results[3].error, answerError);
+    EXPECT_EQ(qvcMessage(results[4].exception), "cannot build the authentication path: the user name is absent");
+    for (const auto& result : results) {
+        EXPECT_TRUE(result.calls == 1 && !result.consumer);
+    }
+    EXPECT_EQ(manager->consumerID(), "1234");
+}
+
+TEST_P(ConsumerOperationsTest, SignUpThenUpdateHandBackTheCallersRecordWithTheNewId) {
+    handler->answerWithBody(QVCJSON{{"consumers", {{"consumerId", 5678}}}});
+    handler->answerWithBody(QVCJSON{{"consumers", {{"consumerId", "0042x"}}}});
+    const QVCJSON signUpBody = manager->signUpDocument(info);
+    ConsumerResult signedUp, updated;
+    manager->signUpNewUserWithDetails(info, signedUp.completion());
+    deliver();
+    EXPECT_EQ(signedUp.consumer, info);
+    EXPECT_EQ(info->consumerID, 5678);
+    manager->updateConsumerProfile(info, updated.completion());
+    deliver();
+    EXPECT_TRUE(updated.consumer == info && !updated.error && !updated.exception);
+    EXPECT_EQ(manager->consumerID(), "0042x");
+    EXPECT_EQ(info->consumerID, 42);
+    const auto requests = handler->requests();
+    EXPECT_EQ(requests.at(0).body, signUpBody);
+    EXPECT_EQ(requests.at(1).body->at("consumerRq").at("consumers").at("consumerId"), "5678");  // the signed-up id
+    for (const auto& request : requests) {
+        EXPECT_EQ(request.path + " " + std::to_string(request.httpMethod), "lqsapi/consumers/v1/consumer 1");
+    }
+}
+
+TEST_P(ConsumerOperationsTest, SignUpAndUpdateAnswersThatSetNoId) {
+    refuse("77");
+    handler->answerWith(QVCResponse(QVCJSON{{"consumers", {{"consumerId", 77}}}}, {}, answerError));
+    info->consumerID = 3;
+    ConsumerResult refused, unwritable;
+    manager->updateConsumerProfile(info, refused.completion());
+    manager->updateConsumerProfile(nullptr, unwritable.completion());
+    deliver();
+    EXPECT_EQ(refused.error, answerError);  // not the platform's "refused"
+    EXPECT_FALSE(refused.consumer || refused.exception);
+    EXPECT_EQ(qvcMessage(unwritable.exception), "cannot build the consumer document: the consumer record is absent");
+    EXPECT_EQ(handler->requestCount(), 1u);
+    EXPECT_EQ(info->consumerID, 3);
+    EXPECT_EQ(manager->consumerID(), "1234");
+    handler->answerWithBody(QVCJSON{{"consumers", QVCJSON::object()}});
+    manager->signUpNewUserWithDetails(info, nullptr);
+    deliver();
+    EXPECT_EQ(manager->consumerID(), "(null)");
+    EXPECT_EQ(info->consumerID, 0);
+}
+
+TEST_P(ConsumerOperationsTest, BalanceWithoutStatusOrWithoutList) {
+    handler->answerWithBody(QVCJSON{{"consumerRs", {{{"loyaltyPoints", "75"}}}}});
+    retrieveBalance();
+    EXPECT_EQ(points, 75);
+    EXPECT_EQ(texts(description, loyaltySeen), texts("", "75"));
+    handler->answerWithBody(QVCJSON{{"consumerRs", {{{"loyaltyConsumerStatusResponse", {QVCJSON::object()}}}}}});
+    retrieveBalance();
+    EXPECT_FALSE(description);
+    EXPECT_EQ(loyaltySeen, "(null)");
+    manager->setLoyalty("42");
+    handler->answerWith(QVCResponse(QVCJSON{{"consumerRs", QVCJSON::object()}}, {}, answerError));
+    retrieveBalance();
+    EXPECT_TRUE(points == 0 && !description && balanceError == answerError);
+    EXPECT_EQ(manager->loyalty(), "42");
+}
+
+TEST_P(ConsumerOperationsTest, ExceptionsWhileAnAnswerIsReadReachTheCallerOnlyInsideTheRequest) {
+    handler->answerWithBody(QVCJSON{{"consumers", QVCJSON::array()}});
+    handler->answerWithBody(QVCJSON{{"consumerRs", {{{"loyaltyPoints", nullptr}}}}});  // not filtered
+    ConsumerResult consumer;
+    std::exception_ptr balance;
+    manager->authenticateConsumerWithUserName("jdoe", consumer.completion());
+    manager->retrieveLoyaltyInfo([&](auto, auto, auto, auto exception) { balance = exception; });
+    if (GetParam() == QVCScriptedWebServiceHandler::Delivery::Immediate) {
+        EXPECT_EQ(qvcMessage(consumer.exception), "cannot take element 0 of consumers: it holds 0 elements");
+        EXPECT_EQ(qvcMessage(balance), "consumerRs[0].loyaltyPoints is null and has no integer value");
+    } else {
+        EXPECT_THROW(handler->releaseNext(), QVCException);
+        EXPECT_THROW(handler->releaseNext(), QVCException);
+        EXPECT_FALSE(consumer.calls || balance);
+    }
+}
+
+}  // namespace

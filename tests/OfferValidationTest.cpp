@@ -1,0 +1,83 @@
+#include <gtest/gtest.h>
+
+#include "OffersTestSupport.h"
+
+namespace {
+
+using Products = QVConsumerManager::Products;
+
+std::shared_ptr<QVCProduct> item(std::int64_t id, const Text& price, std::int64_t quantity) {
+    auto product = std::make_shared<QVCReservationProduct>();
+    product->productId = id;
+    product->price = price;
+    product->quantity = quantity;
+    product->taxable = id == 11;
+    return product;
+}
+
+class OfferValidationTest : public OffersTest {
+protected:
+    /// Ten at 2 and five at 1: a total of 25.
+    Products basket = {item(11, "10", 2), item(12, "5", 1)};
+    Record<QVConsumerManager::ValidationCompletion> result;
+
+    void validate(const QVCJSON& answer, std::optional<Products> products, const QVCJSON& minimum = nullptr) {
+        QVCJSON body = answer;
+        if (body.is_array() && !body.empty()) {
+            body[0]["offer"]["offerDetails"]["offerRules"]["minPurchaseLimit"] = minimum;
+        }
+        handler->answerWithBody(body);
+        result = {};
+        manager->validateOfferWithOfferCode("SPRING 20", std::move(products), result.completion());
+        deliver();
+        EXPECT_EQ(result.calls, 1);
+        EXPECT_EQ(handler->lastRequest().path, "lqsapi/consumers/v1/consumers/1234/offers?offerCode=SPRING20");
+    }
+
+    std::vector<Text> prices() const {
+        std::vector<Text> texts;
+        for (const auto& product : result.get<1>().value_or(Products{})) {
+            texts.push_back(product->price);
+        }
+        return texts;
+    }
+};
+QVC_INSTANTIATE_FOR_BOTH_DELIVERIES(OfferValidationTest);
+
+TEST_P(OfferValidationTest, APercentageOfferPricesEachProductPerUnitWhenTheRulesPass) {
+    basket.push_back(std::make_shared<QVCProduct>());  // id -1: not one of the offer's products
+    validate(QVCJSON::array({offerEntry("c", "S")}), basket, "25");
+    EXPECT_TRUE(result.get<0>());
+    EXPECT_FALSE(result.get<2>() || result.get<3>() || result.exception());
+    EXPECT_EQ(prices(), (std::vector<Text>{"8.000000", "4.000000", "0"}));
+    auto first = std::dynamic_pointer_cast<QVCReservationProduct>(result.get<1>()->at(0));
+    EXPECT_EQ(first->quantity, 2);
+    EXPECT_TRUE(first->taxable);
+    EXPECT_EQ(first->productId, -1);
+    EXPECT_FALSE(std::dynamic_pointer_cast<QVCReservationProduct>(result.get<1>()->at(1))->taxable);
+
+    basket[0]->price = "10.0";
+    validate(QVCJSON::array({offerEntry("c", "S")}), basket, "25.000001");
+    EXPECT_TRUE(result.get<0>());
+    EXPECT_EQ(prices(), (std::vector<Text>{"10.0", "5", "0"}));
+}
+
+TEST_P(OfferValidationTest, AnyOtherTypeHandsBackTheAmountOffWithoutRulesCheck) {
+    validate(QVCJSON::array({offerEntry("c", "S", "Percent Off")}), basket, "1000");
+    EXPECT_TRUE(result.get<0>());
+    EXPECT_EQ(result.get<2>(), Text("5.50"));
+    EXPECT_EQ(result.get<1>(), std::optional<Products>(basket));
+}
+
+TEST_P(OfferValidationTest, AnAbsentBasketGivesAnEmptyListAndLookupFailuresPassThrough) {
+    validate(QVCJSON::array({offerEntry("c", "S")}), std::nullopt);
+    EXPECT_TRUE(result.get<0>() && result.get<1>() && result.get<1>()->empty());
+    validate(QVCJSON::array(), basket);
+    EXPECT_FALSE(result.get<0>() || result.get<1>());
+    EXPECT_EQ(onlyMessage(result.get<3>()), "This offer is not valid any more");
+    validate(QVCJSON::object(), basket);
+    EXPECT_FALSE(result.get<0>() || result.get<3>());
+    EXPECT_EQ(result.get<1>(), std::optional<Products>(basket));
+}
+
+}  // namespace
