@@ -2,6 +2,10 @@
 
 #include <utility>
 
+#include "platform/QVCEnvironment.h"
+#include "platform/QVCHTTPWebServiceHandler.h"
+#include "platform/QVCSimulationWebServiceHandler.h"
+
 namespace {
 
 std::shared_ptr<QVCErrorResponse> refuseMissingConsumerID(const std::optional<std::string>& consumerID) {
@@ -100,8 +104,51 @@ void QVCoreCP::setWebServiceHandler(std::shared_ptr<QVCWebServiceHandler> handle
     handler_ = std::move(handler);
 }
 
+QVCPlatformConfiguration QVCoreCP::platformConfiguration() const {
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        if (configuration_) {
+            return *configuration_;
+        }
+    }
+    return QVCPlatformConfiguration::fromEnvironment();
+}
+
+void QVCoreCP::setPlatformConfiguration(QVCPlatformConfiguration configuration) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    configuration_ = std::move(configuration);
+}
+
+void QVCoreCP::setAnswerExceptionHook(AnswerExceptionHook hook) {
+    std::lock_guard<std::mutex> lock(answerExceptionHook_->mutex);
+    answerExceptionHook_->hook = std::move(hook);
+}
+
 std::shared_ptr<QVCWebServiceHandler> QVCoreCP::makeDefaultWebServiceHandler() {
-    return std::make_shared<QVCNoWebServiceHandler>(environment());
+    // The handler's thread may outlive this object, so it shares the hook's holder rather than this.
+    auto forward = [holder = answerExceptionHook_](std::exception_ptr exception) {
+        AnswerExceptionHook hook;
+        {
+            std::lock_guard<std::mutex> lock(holder->mutex);
+            hook = holder->hook;
+        }
+        if (hook) {
+            hook(exception);
+        }
+    };
+    switch (environment()) {
+        case QVCEnvironmentSimulation: {
+            auto handler = std::make_shared<QVCSimulationWebServiceHandler>();
+            handler->setExceptionHook(forward);
+            return handler;
+        }
+        case QVCEnvironmentLive: {
+            auto handler = std::make_shared<QVCHTTPWebServiceHandler>(platformConfiguration(), appID(), appKey());
+            handler->setExceptionHook(forward);
+            return handler;
+        }
+        default: return std::make_shared<QVCNoWebServiceHandler>(environment());
+    }
 }
 
 std::optional<std::string> QVCoreCP::consumerID() const {

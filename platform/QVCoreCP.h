@@ -12,6 +12,7 @@
 #include "platform/QVCErrorResponse.h"
 #include "platform/QVCFacilityInfo.h"
 #include "platform/QVCJSON.h"
+#include "platform/QVCPlatformConfiguration.h"
 #include "platform/QVCWebServiceHandler.h"
 
 /// The platform's base of a service client: it holds the application's
@@ -37,9 +38,24 @@ public:
     std::int64_t environment() const;
 
     /// The handler for the next request: the one set with setWebServiceHandler,
-    /// otherwise the platform's default for the environment.
+    /// otherwise the platform's default for the environment: in
+    /// QVCEnvironmentSimulation a QVCSimulationWebServiceHandler, in
+    /// QVCEnvironmentLive a QVCHTTPWebServiceHandler built from
+    /// platformConfiguration() and the app id and key.
     virtual std::shared_ptr<QVCWebServiceHandler> webServiceHandler();
     void setWebServiceHandler(std::shared_ptr<QVCWebServiceHandler> handler);
+
+    /// The settings of the live transport: the one set with
+    /// setPlatformConfiguration, otherwise QVCPlatformConfiguration::fromEnvironment().
+    QVCPlatformConfiguration platformConfiguration() const;
+    /// Takes effect for the default handler, which is made on the first request.
+    void setPlatformConfiguration(QVCPlatformConfiguration configuration);
+
+    /// Receives an exception that escaped an answer callback on the default
+    /// handler's thread (instead of it ending the process). Without a hook such
+    /// exceptions are dropped. May be set or changed at any time.
+    using AnswerExceptionHook = std::function<void(std::exception_ptr exception)>;
+    void setAnswerExceptionHook(AnswerExceptionHook hook);
 
     /// The current consumer id, as text.
     virtual std::optional<std::string> consumerID() const;
@@ -78,6 +94,12 @@ private:
     std::optional<std::string> appKey_;
     std::int64_t environment_ = 0;
     std::shared_ptr<QVCWebServiceHandler> handler_;
+    std::optional<QVCPlatformConfiguration> configuration_;
+    struct HookHolder {
+        std::mutex mutex;
+        AnswerExceptionHook hook;
+    };
+    std::shared_ptr<HookHolder> answerExceptionHook_ = std::make_shared<HookHolder>();
     std::optional<std::string> consumerID_;
     ConsumerIDValidator consumerIDValidator_;
     std::shared_ptr<QVCCompanyInfo> companyInfo_;

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs what is needed, then builds and runs every test: once as is, once
-# under AddressSanitizer and UndefinedBehaviorSanitizer; and checks formatting.
+# under AddressSanitizer and UndefinedBehaviorSanitizer; runs the transport
+# tests under ThreadSanitizer; and checks formatting.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -11,15 +12,22 @@ jobs=$(nproc)
 echo "== formatting"
 git ls-files -co --exclude-standard '*.h' '*.cpp' | xargs clang-format --dry-run --Werror
 
+# run_suite DIR [CMAKE_OPTION...] [-- CTEST_OPTION...]
 run_suite() {
   local dir=$1
   shift
+  local configure=() select=()
+  while [ $# -gt 0 ] && [ "$1" != "--" ]; do configure+=("$1"); shift; done
+  [ $# -gt 0 ] && shift && select=("$@")
   echo "== build $dir"
-  cmake -S . -B "$dir" -DCMAKE_BUILD_TYPE=Debug -DQVC_WARNINGS_AS_ERRORS=ON "$@" >/dev/null
+  cmake -S . -B "$dir" -DCMAKE_BUILD_TYPE=Debug -DQVC_WARNINGS_AS_ERRORS=ON "${configure[@]}" >/dev/null
   cmake --build "$dir" -j "$jobs"
   echo "== test $dir"
-  ctest --test-dir "$dir" --output-on-failure -j "$jobs"
+  ctest --test-dir "$dir" --output-on-failure -j "$jobs" "${select[@]}"
 }
 
 run_suite build/test
 run_suite build/asan "-DQVC_SANITIZE=address;undefined"
+# The transports run their own threads: check them for data races.
+run_suite build/tsan "-DQVC_SANITIZE=thread" -- \
+  -R '^(HTTPTransport|SimulationTransport|SimulationEnvironment|JSONParser|PlatformConfiguration)\.'

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "platform/QVCPlatformConfiguration.h"
+#include "platform/QVCTransportThread.h"
+#include "platform/QVCWebServiceHandler.h"
+
+/// The web service handler of the live environment: it sends each request to
+/// the service over HTTP(S) with libcurl.
+///
+/// - httpMethod 0 is a GET without body, 1 a POST carrying the body as JSON.
+///   The path is joined to the configured service root; characters that
+///   cannot stand in a URL (control characters, spaces, non-ASCII bytes, and
+///   " < > \ ^ ` { | } #) are percent-encoded, so no input can split the
+///   request line. The path is otherwise sent as it is (dot segments included).
+/// - The application id and key travel on every request as the header fields
+///   QVCPlatformConfiguration::appIDHeader and appKeyHeader. They are never
+///   written into an error record.
+/// - The answer becomes one QVCResponse: the parsed JSON body (also for error
+///   statuses), the header fields, and an error record of the matching kind
+///   for every failure. Redirects are not followed.
+/// - GETs are retried after transient failures (connection failures, timeouts,
+///   429, 502, 503, 504) with exponential back-off and jitter, honouring
+///   Retry-After. A POST is retried only when it never left the client; a
+///   POST that may have reached the service ends with an OutcomeUnknown error.
+///
+/// Requests run concurrently on one thread that drives a curl multi handle;
+/// answer callbacks are called one at a time on that thread. An exception
+/// escaping an answer callback goes to the exception hook. Destroying the
+/// handler answers every request in flight or waiting with a "cancelled"
+/// error record and joins the thread.
+class QVCHTTPWebServiceHandler : public QVCWebServiceHandler {
+public:
+    QVCHTTPWebServiceHandler(QVCPlatformConfiguration configuration, std::optional<std::string> appID,
+                             std::optional<std::string> appKey);
+    ~QVCHTTPWebServiceHandler() override;
+
+    /// Receives an exception that escaped an answer callback; by default it is dropped.
+    void setExceptionHook(QVCTransportThread::ExceptionHook hook);
+
+    void requestWithPath(const std::string& path, std::int64_t httpMethod, const std::string& contextMessageType,
+                         const std::optional<QVCHeaders>& headers, const std::optional<QVCJSON>& body,
+                         std::int64_t responseType, const std::optional<std::string>& simulateFilePath,
+                         QVCResponseCompletion completion) override;
+
+    /// pathWithQuery with every byte that cannot stand in a URL percent-encoded.
+    static std::string encodeForURL(const std::string& pathWithQuery);
+
+private:
+    struct Engine;
+    std::shared_ptr<Engine> engine_;
+};

@@ -1,0 +1,70 @@
+#include "platform/QVCPlatformConfiguration.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cerrno>
+#include <cstdlib>
+#include <limits>
+
+namespace {
+
+const char* variable(const char* name) {
+    const char* value = std::getenv(name);
+    return value && *value ? value : nullptr;
+}
+
+/// Reads a whole decimal number from min to max; records a problem otherwise.
+template <typename Number>
+void overlayNumber(const char* name, Number& field, long long min, std::vector<std::string>& problems) {
+    const char* text = variable(name);
+    if (!text) {
+        return;
+    }
+    errno = 0;
+    char* end = nullptr;
+    long long value = std::strtoll(text, &end, 10);
+    if (errno != 0 || end == text || *end != '\0' || value < min ||
+        static_cast<unsigned long long>(value) > static_cast<unsigned long long>(std::numeric_limits<Number>::max())) {
+        problems.push_back(std::string(name) + " must be a whole number of at least " + std::to_string(min) +
+                           ", not \"" + text + "\"");
+        return;
+    }
+    field = static_cast<Number>(value);
+}
+
+void overlayFlag(const char* name, bool& field, std::vector<std::string>& problems) {
+    const char* text = variable(name);
+    if (!text) {
+        return;
+    }
+    std::string value(text);
+    std::transform(value.begin(), value.end(), value.begin(), [](unsigned char c) { return std::tolower(c); });
+    if (value == "1" || value == "true" || value == "yes") {
+        field = true;
+    } else if (value == "0" || value == "false" || value == "no") {
+        field = false;
+    } else {
+        problems.push_back(std::string(name) + " must be 1/true/yes or 0/false/no, not \"" + text + "\"");
+    }
+}
+
+}  // namespace
+
+QVCPlatformConfiguration QVCPlatformConfiguration::fromEnvironment() {
+    return fromEnvironment(QVCPlatformConfiguration());
+}
+
+QVCPlatformConfiguration QVCPlatformConfiguration::fromEnvironment(QVCPlatformConfiguration base) {
+    if (const char* url = variable(serviceURLVariable)) {
+        base.serviceRootURL = url;
+    }
+    if (const char* bundle = variable(caBundleVariable)) {
+        base.caBundlePath = bundle;
+    }
+    overlayNumber(connectTimeoutVariable, base.connectTimeoutMs, 1, base.problems);
+    overlayNumber(totalTimeoutVariable, base.totalTimeoutMs, 1, base.problems);
+    overlayNumber(maxRetriesVariable, base.maxRetries, 0, base.problems);
+    overlayNumber(maxAnswerBytesVariable, base.maxAnswerBytes, 1, base.problems);
+    overlayFlag(allowPlainHTTPVariable, base.allowPlainHTTP, base.problems);
+    return base;
+}

@@ -1,0 +1,63 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+/// Settings of the platform's live transport. Every field has a safe default;
+/// fromEnvironment() lays the process environment over a given configuration.
+///
+/// Environment variables read by fromEnvironment():
+///   QVCONSUMER_SERVICE_URL          serviceRootURL
+///   QVCONSUMER_CONNECT_TIMEOUT_MS   connectTimeoutMs
+///   QVCONSUMER_TIMEOUT_MS           totalTimeoutMs
+///   QVCONSUMER_MAX_RETRIES          maxRetries
+///   QVCONSUMER_CA_BUNDLE            caBundlePath
+///   QVCONSUMER_MAX_ANSWER_BYTES     maxAnswerBytes
+///   QVCONSUMER_ALLOW_PLAIN_HTTP     allowPlainHTTP ("1"/"true"/"yes" or "0"/"false"/"no")
+struct QVCPlatformConfiguration {
+    static constexpr const char* serviceURLVariable = "QVCONSUMER_SERVICE_URL";
+    static constexpr const char* connectTimeoutVariable = "QVCONSUMER_CONNECT_TIMEOUT_MS";
+    static constexpr const char* totalTimeoutVariable = "QVCONSUMER_TIMEOUT_MS";
+    static constexpr const char* maxRetriesVariable = "QVCONSUMER_MAX_RETRIES";
+    static constexpr const char* caBundleVariable = "QVCONSUMER_CA_BUNDLE";
+    static constexpr const char* maxAnswerBytesVariable = "QVCONSUMER_MAX_ANSWER_BYTES";
+    static constexpr const char* allowPlainHTTPVariable = "QVCONSUMER_ALLOW_PLAIN_HTTP";
+
+    /// Header fields that carry the application's credentials on every live request.
+    static constexpr const char* appIDHeader = "X-App-Id";
+    static constexpr const char* appKeyHeader = "X-App-Key";
+
+    /// Root the request paths are joined to, e.g. "https://service.example/". No
+    /// default: a live request without a root fails with an error naming the variable.
+    std::string serviceRootURL;
+    long connectTimeoutMs = 10000;
+    /// Limit for one attempt, from start to the last byte of the answer.
+    long totalTimeoutMs = 30000;
+    /// Additional attempts after the first, for failures that may pass.
+    int maxRetries = 2;
+    /// Back-off before retry n (from 0) is retryBaseDelayMs * 2^n, halved at
+    /// random (jitter), at most retryMaxDelayMs; a Retry-After is honoured up to retryMaxDelayMs.
+    long retryBaseDelayMs = 200;
+    long retryMaxDelayMs = 10000;
+    bool verifyPeer = true;
+    bool verifyHost = true;
+    /// File of trusted certificate authorities; none uses the system's.
+    std::optional<std::string> caBundlePath;
+    /// Largest answer body accepted; a longer one is cut off while it is received.
+    std::size_t maxAnswerBytes = 16 * 1024 * 1024;
+    /// Plain http is refused except to loopback hosts unless this is set.
+    bool allowPlainHTTP = false;
+    /// Largest number of connections kept open to the service at once.
+    long maxConnections = 8;
+
+    /// Values from the environment that could not be used, one message each;
+    /// every live request fails with these until they are fixed.
+    std::vector<std::string> problems;
+
+    /// base, with every variable above that is set in the environment laid over it.
+    static QVCPlatformConfiguration fromEnvironment();
+    static QVCPlatformConfiguration fromEnvironment(QVCPlatformConfiguration base);
+};

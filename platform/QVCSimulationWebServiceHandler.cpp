@@ -1,0 +1,111 @@
+#include "platform/QVCSimulationWebServiceHandler.h"
+
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <utility>
+
+#include "platform/QVCSimulationFile.h"
+
+namespace {
+
+struct Job {
+    std::string method;
+    std::string path;
+    std::optional<std::string> file;
+    QVCResponseCompletion completion;
+};
+
+}  // namespace
+
+struct QVCSimulationWebServiceHandler::State {
+    QVCTransportThread thread;
+    std::mutex mutex;
+    std::condition_variable wake;
+    std::deque<Job> jobs;
+    bool stopping = false;
+
+    // Touched only on the handler's thread.
+    bool attempted = false;
+    std::string loadedPath;
+    std::shared_ptr<QVCSimulationFile> loaded;
+    std::string loadError;
+
+    QVCResponse answer(const Job& job) {
+        if (!job.file) {
+            return QVCResponse(std::nullopt, {},
+                               QVCErrorResponse::initWithErrorMessages(
+                                   {job.method + " " + job.path + ": no simulation file was given for the request"}));
+        }
+        if (!attempted || loadedPath != *job.file) {
+            attempted = true;
+            loadedPath = *job.file;
+            loaded.reset();
+            loadError.clear();
+            try {
+                loaded = QVCSimulationFile::load(loadedPath);
+            } catch (const QVCSimulationFile::Invalid& invalid) {
+                loadError = invalid.what();
+            }
+        }
+        if (!loaded) {
+            return QVCResponse(
+                std::nullopt, {},
+                QVCErrorResponse::initWithErrorMessages({job.method + " " + job.path + ": " + loadError}));
+        }
+        return loaded->answer(job.method, job.path);
+    }
+
+    void run() {
+        std::unique_lock<std::mutex> lock(mutex);
+        while (true) {
+            wake.wait(lock, [&] { return stopping || !jobs.empty(); });
+            if (jobs.empty()) {
+                return;
+            }
+            Job job = std::move(jobs.front());
+            jobs.pop_front();
+            bool cancelled = stopping;
+            lock.unlock();
+            thread.deliver(job.completion,
+                           cancelled ? QVCTransportThread::cancelled(job.method, job.path) : answer(job));
+            job = Job();  // release what the callback captured before the lock is taken again
+            lock.lock();
+        }
+    }
+};
+
+QVCSimulationWebServiceHandler::QVCSimulationWebServiceHandler() : state_(std::make_shared<State>()) {
+    state_->thread.start([state = state_] { state->run(); });
+}
+
+QVCSimulationWebServiceHandler::~QVCSimulationWebServiceHandler() {
+    {
+        std::lock_guard<std::mutex> lock(state_->mutex);
+        state_->stopping = true;
+    }
+    state_->wake.notify_all();
+    state_->thread.finish();
+}
+
+void QVCSimulationWebServiceHandler::setExceptionHook(QVCTransportThread::ExceptionHook hook) {
+    state_->thread.setExceptionHook(std::move(hook));
+}
+
+void QVCSimulationWebServiceHandler::requestWithPath(const std::string& path, std::int64_t httpMethod,
+                                                     const std::string&, const std::optional<QVCHeaders>&,
+                                                     const std::optional<QVCJSON>&, std::int64_t,
+                                                     const std::optional<std::string>& simulateFilePath,
+                                                     QVCResponseCompletion completion) {
+    std::string method = httpMethod == 0 ? "GET" : httpMethod == 1 ? "POST" : "method " + std::to_string(httpMethod);
+    Job job{method, path, simulateFilePath, std::move(completion)};
+    {
+        std::lock_guard<std::mutex> lock(state_->mutex);
+        if (!state_->stopping) {
+            state_->jobs.push_back(std::move(job));
+            state_->wake.notify_one();
+            return;
+        }
+    }
+    state_->thread.deliver(job.completion, QVCTransportThread::cancelled(job.method, job.path));
+}

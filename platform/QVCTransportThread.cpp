@@ -1,0 +1,55 @@
+#include "platform/QVCTransportThread.h"
+
+#include <utility>
+
+void QVCTransportThread::setExceptionHook(ExceptionHook hook) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    hook_ = std::move(hook);
+}
+
+void QVCTransportThread::deliver(const QVCResponseCompletion& completion, const QVCResponse& response) const {
+    if (!completion) {
+        return;
+    }
+    try {
+        completion(response);
+    } catch (...) {
+        ExceptionHook hook;
+        {
+            std::lock_guard<std::mutex> lock(mutex_);
+            hook = hook_;
+        }
+        if (hook) {
+            try {
+                hook(std::current_exception());
+            } catch (...) {
+                // The hook is the last stop: nothing may leave the transport's thread.
+            }
+        }
+    }
+}
+
+void QVCTransportThread::start(std::function<void()> loop) {
+    thread_ = std::thread(std::move(loop));
+}
+
+void QVCTransportThread::finish() {
+    if (!thread_.joinable()) {
+        return;
+    }
+    if (isCurrentThread()) {
+        thread_.detach();
+    } else {
+        thread_.join();
+    }
+}
+
+bool QVCTransportThread::isCurrentThread() const {
+    return thread_.get_id() == std::this_thread::get_id();
+}
+
+QVCResponse QVCTransportThread::cancelled(const std::string& method, const std::string& path) {
+    return QVCResponse(std::nullopt, {},
+                       QVCErrorResponse::initWithErrorMessages({method + " " + path + ": cancelled"},
+                                                               QVCErrorResponse::Kind::Cancelled));
+}
