@@ -82,12 +82,18 @@ nlohmann::json readProfileFile(const std::string& path) {
 nlohmann::json profileFrom(const ProfileOptions& options) {
     nlohmann::json profile = options.file ? readProfileFile(*options.file) : nlohmann::json::object();
     const std::pair<const char*, const std::optional<std::string>*> given[] = {
-        {"userName", &options.userName},     {"firstName", &options.firstName},
-        {"middleName", &options.middleName}, {"lastName", &options.lastName},
-        {"suffix", &options.suffix},         {"email", &options.email},
-        {"phone", &options.phone},           {"birthMonthDay", &options.birthMonthDay},
-        {"addressLine1", &options.line1},    {"city", &options.city},
-        {"postalCode", &options.postalCode}, {"stateCode", &options.stateCode},
+        {"userName", &options.userName},
+        {"firstName", &options.firstName},
+        {"middleName", &options.middleName},
+        {"lastName", &options.lastName},
+        {"suffix", &options.suffix},
+        {"email", &options.email},
+        {"phone", &options.phone},
+        {"birthMonthDay", &options.birthMonthDay},
+        {"addressLine1", &options.line1},
+        {"city", &options.city},
+        {"postalCode", &options.postalCode},
+        {"stateCode", &options.stateCode},
         {"countryCode", &options.countryCode},
     };
     if (profile.is_object()) {
@@ -114,11 +120,18 @@ void printConsumer(const Session& session, const QVCConsumerInfo& consumer) {
 std::shared_ptr<QVCOffer> offerByCode(Session& session, const std::string& code) {
     auto& manager = session.manager();
     auto [offer, error, exception] = session.call<Manager::OfferCompletion>(
-        "offer-code " + code, [&](auto completion) { manager.getOfferWithOfferCode(code, completion); });
+        "offer-code \"" + code + "\"", [&](auto completion) { manager.getOfferWithOfferCode(code, completion); });
     if (!offer) {
-        throw Failure(ExitServiceError, "offer-code " + code + ": the service returned no offer");
+        throw Failure(ExitServiceError, "offer-code \"" + code + "\": the service returned no offer");
     }
     return offer;
+}
+
+/// Reads the consumer's loyalty balance; the manager keeps it for the offer rules check.
+typename AwaitFor<Manager::LoyaltyCompletion>::type::Values readLoyalty(Session& session) {
+    auto& manager = session.manager();
+    return session.call<Manager::LoyaltyCompletion>("loyalty",
+                                                    [&](auto completion) { manager.retrieveLoyaltyInfo(completion); });
 }
 
 std::shared_ptr<QVCConsumerInfo> sendProfile(Session& session, const std::string& what,
@@ -155,10 +168,10 @@ int runMasterData(Session& session) {
 int runAuthenticate(Session& session, const std::string& userName) {
     auto& manager = session.manager();
     auto [consumer, error, exception] = session.call<Manager::ConsumerCompletion>(
-        "authenticate " + userName,
+        "authenticate \"" + userName + "\"",
         [&](auto completion) { manager.authenticateConsumerWithUserName(userName, completion); });
     if (!consumer) {
-        throw Failure(ExitServiceError, "authenticate " + userName + ": the service returned no consumer");
+        throw Failure(ExitServiceError, "authenticate \"" + userName + "\": the service returned no consumer");
     }
     printConsumer(session, *consumer);
     return ExitSuccess;
@@ -179,9 +192,7 @@ int runUpdateProfile(Session& session, const ProfileOptions& options) {
 
 int runLoyalty(Session& session) {
     session.signIn();
-    auto& manager = session.manager();
-    auto [points, description, error, exception] = session.call<Manager::LoyaltyCompletion>(
-        "loyalty", [&](auto completion) { manager.retrieveLoyaltyInfo(completion); });
+    auto [points, description, error, exception] = readLoyalty(session);
     Presented presented = {{"points", points}, {"status", description ? Presented(*description) : Presented()}};
     emit(session, presented, [&] { printFields(std::cout, presented); });
     return ExitSuccess;
@@ -204,19 +215,20 @@ int runOffer(Session& session, const std::string& offerID) {
     session.signIn();
     auto& manager = session.manager();
     auto [offer, error, exception] = session.call<Manager::OfferCompletion>(
-        "offer " + offerID, [&](auto completion) { manager.getOfferDetailsWithOfferID(QVCJSON(offerID), completion); });
+        "offer \"" + offerID + "\"",
+        [&](auto completion) { manager.getOfferDetailsWithOfferID(QVCJSON(offerID), completion); });
     if (!offer) {
-        throw Failure(ExitServiceError, "offer " + offerID + ": the service returned no offer");
+        throw Failure(ExitServiceError, "offer \"" + offerID + "\": the service returned no offer");
     }
     auto presented = presentOffer(*offer);
-    emit(session, presented, [&] { printFields(std::cout, presented); });
+    emit(session, presented, [&] { printOffer(std::cout, presented); });
     return ExitSuccess;
 }
 
 int runOfferCode(Session& session, const std::string& offerCode) {
     session.signIn();
     auto presented = presentOffer(*offerByCode(session, offerCode));
-    emit(session, presented, [&] { printFields(std::cout, presented); });
+    emit(session, presented, [&] { printOffer(std::cout, presented); });
     return ExitSuccess;
 }
 
@@ -226,6 +238,7 @@ int runRulesCheck(Session& session, const std::string& offerCode, const std::str
         throw Failure(ExitUsage, "cart total \"" + cartTotal + "\" is not a number");
     }
     session.signIn();
+    readLoyalty(session);
     auto offer = offerByCode(session, offerCode);
     std::shared_ptr<QVCProduct> product;
     if (productID) {
@@ -234,10 +247,11 @@ int runRulesCheck(Session& session, const std::string& offerCode, const std::str
     }
     auto& manager = session.manager();
     auto [passed, error] = session.call<Manager::RulesCheckCompletion>(
-        "rules-check " + offerCode,
+        "rules-check \"" + offerCode + "\"",
         [&](auto completion) { manager.offerRulesCheck(offer, cartTotal, product, completion); }, true);
     std::string reason = error && !error->errorMessages().empty() ? error->errorMessages().front() : "";
-    Presented presented = {{"offerCode", offerCode}, {"passed", passed}, {"reason", passed ? Presented() : reason}};
+    Presented presented = {
+        {"offerCode", offerCode}, {"passed", passed}, {"reason", passed ? Presented() : Presented(reason)}};
     emit(session, presented, [&] { printFields(std::cout, presented); });
     return ExitSuccess;
 }
@@ -248,17 +262,18 @@ int runValidate(Session& session, const std::string& offerCode, const std::vecto
         basket.push_back(parseBasketItem(item));
     }
     session.signIn();
+    readLoyalty(session);
     auto& manager = session.manager();
     auto [valid, products, amountOff, error, exception] = session.call<Manager::ValidationCompletion>(
-        "validate " + offerCode,
+        "validate \"" + offerCode + "\"",
         [&](auto completion) { manager.validateOfferWithOfferCode(offerCode, basket, completion); });
 
     Presented lines = Presented::array();
     const auto& priced = products.value_or(Manager::Products{});
     for (std::size_t i = 0; i < basket.size(); ++i) {
         Presented line = presentProduct(*basket[i]);
-        line["discountedPrice"] = i < priced.size() && priced[i] != basket[i] ? Presented(*priced[i]->price)
-                                                                              : Presented(nullptr);
+        line["discountedPrice"] =
+            i < priced.size() && priced[i] != basket[i] ? Presented(*priced[i]->price) : Presented(nullptr);
         lines.push_back(std::move(line));
     }
     Presented presented = {{"offerCode", offerCode},
@@ -292,7 +307,7 @@ int runRedeem(Session& session, const std::string& offerCode, const std::string&
     session.signIn();
     auto& manager = session.manager();
     auto [location, error, exception] =
-        session.call<Manager::RedemptionCompletion>("redeem " + offerCode, [&](auto completion) {
+        session.call<Manager::RedemptionCompletion>("redeem \"" + offerCode + "\"", [&](auto completion) {
             manager.redeemOfferWithAmount(QVCJSON(std::stod(amount)), offerCode, QVCJSON(referenceID), completion);
         });
     Presented presented = {{"offerCode", offerCode}, {"location", location ? Presented(*location) : Presented()}};

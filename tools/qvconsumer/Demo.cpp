@@ -114,7 +114,8 @@ int runDemo(Session& session) {
         step(number++, "Validate " + code + " (" + typeOf(*offer) + ") against a basket");
         auto basket = basketFor(*offer);
         auto [valid, priced, amountOff, error, exception] = session.call<Manager::ValidationCompletion>(
-            "validate " + code, [&](auto completion) { manager.validateOfferWithOfferCode(code, basket, completion); });
+            "validate \"" + code + "\"",
+            [&](auto completion) { manager.validateOfferWithOfferCode(code, basket, completion); });
         printBasket(basket, isPercentOff(*offer) ? priced : std::nullopt);
         std::cout << "   valid: " << (valid ? "yes" : "no");
         if (amountOff) {
@@ -125,10 +126,9 @@ int runDemo(Session& session) {
 
     const std::string code = shown(percentOffer->offerCode);
     step(number++, "Redeem " + code + " for a purchase of 57.00, reference DEMO-0001");
-    auto [location, redeemError, redeemException] =
-        session.call<Manager::RedemptionCompletion>("redeem " + code, [&](auto completion) {
-            manager.redeemOfferWithAmount(QVCJSON(57.0), code, QVCJSON("DEMO-0001"), completion);
-        });
+    auto [location, redeemError, redeemException] = session.call<Manager::RedemptionCompletion>(
+        "redeem \"" + code + "\"",
+        [&](auto completion) { manager.redeemOfferWithAmount(QVCJSON(57.0), code, QVCJSON("DEMO-0001"), completion); });
     std::cout << "   redemption recorded at " << shown(location) << '\n';
 
     step(number, "Register this device for push notifications");

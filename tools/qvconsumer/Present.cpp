@@ -150,8 +150,8 @@ Presented presentCodeList(const std::vector<std::shared_ptr<Record>>& list,
 }
 
 Presented presentMasterTypes(const QVCMasterData::MasterTypes& list) {
-    return presentCodeList<QVCMasterType>(list,
-                                          [](const QVCMasterType& type, Presented& out) { out["code"] = type.typeCode; });
+    return presentCodeList<QVCMasterType>(
+        list, [](const QVCMasterType& type, Presented& out) { out["code"] = type.typeCode; });
 }
 
 }  // namespace
@@ -169,8 +169,9 @@ Presented presentMasterData(const QVCMasterData& data) {
         out["countryCode"] = state.stateID ? text(state.stateID->countryCode) : Presented(nullptr);
     });
     presented["occupationTypes"] = presentMasterTypes(data.occupationTypes);
-    presented["country"] = presentCodeList<QVCCountry>(
-        data.country, [](const QVCCountry& country, Presented& out) { out["countryCode"] = text(country.countryCode); });
+    presented["country"] = presentCodeList<QVCCountry>(data.country, [](const QVCCountry& country, Presented& out) {
+        out["countryCode"] = text(country.countryCode);
+    });
     presented["merchantTypes"] = presentMasterTypes(data.merchantTypes);
     return presented;
 }
@@ -302,6 +303,21 @@ void printFields(std::ostream& out, const Presented& object) {
         fields.add(key, shown(value));
     }
     fields.print(out);
+}
+
+void printOffer(std::ostream& out, const Presented& offer) {
+    Presented fields = offer;
+    fields.erase("products");
+    printFields(out, fields);
+    if (offer["products"].empty()) {
+        return;
+    }
+    out << "products:\n";
+    Table table({{"PRODUCT", Table::Align::Right}, {"NAME"}});
+    for (const auto& product : offer["products"]) {
+        table.addRow({shown(product["productId"]), shown(product["name"])});
+    }
+    table.print(out, "  ");
 }
 
 void printOfferTable(std::ostream& out, const Presented& offers, const std::string& indent) {

@@ -26,6 +26,8 @@ std::string shown(const Presented& value);
 
 /// Prints an object's members as aligned "key: value" lines (nested values as JSON).
 void printFields(std::ostream& out, const Presented& object);
+/// Prints an offer's members as fields and its products as a table.
+void printOffer(std::ostream& out, const Presented& offer);
 /// Prints a list of offers as a table.
 void printOfferTable(std::ostream& out, const Presented& offers, const std::string& indent = "");
 /// Prints the master data as one titled table per list.

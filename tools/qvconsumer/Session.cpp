@@ -30,11 +30,11 @@ Session::Session(const GlobalOptions& options) : options_(options) {
     auto company = std::make_shared<QVCCompanyInfo>();
     company->companyID = options.companyID;
     std::string refusal;
-    manager_ = QVConsumerManager::initWithAppID(
-        options.appID, options.appKey, company, options.consumerID, environment,
-        [&](bool, const std::shared_ptr<QVCErrorResponse>& error, std::exception_ptr) {
-            refusal = error ? error->description() : "";
-        });
+    manager_ =
+        QVConsumerManager::initWithAppID(options.appID, options.appKey, company, options.consumerID, environment,
+                                         [&](bool, const std::shared_ptr<QVCErrorResponse>& error, std::exception_ptr) {
+                                             refusal = error ? error->description() : "";
+                                         });
     if (!manager_) {
         throw Failure(ExitUsage, refusal.empty() ? "the platform refused the configuration" : refusal);
     }
@@ -81,22 +81,22 @@ void Session::signIn() {
     auto& manager = *manager_;
     const auto userName = options_.userName;
     auto [consumer, error, exception] = call<QVConsumerManager::ConsumerCompletion>(
-        "authenticate " + *userName,
+        "authenticate \"" + *userName + "\"",
         [&](auto completion) { manager.authenticateConsumerWithUserName(userName, completion); });
     if (!consumer) {
-        throw Failure(ExitServiceError, "authenticate " + *userName + ": the service returned no consumer");
+        throw Failure(ExitServiceError, "authenticate \"" + *userName + "\": the service returned no consumer");
     }
 }
 
 void Session::check(const std::string& what, const std::exception_ptr& exception, bool) {
     if (exception) {
-        throw Failure(ExitException, what + ": " + describeException(exception));
+        throw Failure(ExitException, what + " raised: " + describeException(exception));
     }
 }
 
 void Session::check(const std::string& what, const std::shared_ptr<QVCErrorResponse>& error, bool errorsAreResults) {
     if (error && !errorsAreResults) {
-        throw Failure(ExitServiceError, what + ": " + error->description());
+        throw Failure(ExitServiceError, what + " failed: " + error->description());
     }
 }
 

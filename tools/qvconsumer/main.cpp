@@ -30,7 +30,10 @@ void addProfileOptions(CLI::App& command, ProfileOptions& profile) {
 
 int main(int argc, char** argv) {
     CLI::App app{"qvconsumer: the loyalty and offers service from the command line"};
-    app.require_subcommand(1);
+    // At most one command; its absence is reported after parsing, so that an
+    // unknown word is reported as such rather than as a missing command.
+    app.require_subcommand(0, 1);
+    app.fallthrough();  // global options may also follow the subcommand
     app.footer(
         "Exit status: 0 success, 2 usage or input error, 3 the service or transport reported an error, "
         "4 the library raised an exception, 5 no answer came in time.");
@@ -123,6 +126,10 @@ int main(int argc, char** argv) {
         return app.exit(error) == 0 ? ExitSuccess : ExitUsage;
     }
 
+    if (!command) {
+        std::cerr << "qvconsumer: no command given\nRun with --help for more information.\n";
+        return ExitUsage;
+    }
     try {
         Session session(options);
         return command(session);
