@@ -1,0 +1,196 @@
+// The qvconsumer tool, run as a separate process against the shipped simulation file.
+#include <gtest/gtest.h>
+
+#include <sys/wait.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+struct ToolRun {
+    int status = -1;
+    std::string out;
+    std::string err;
+};
+
+std::string readFile(const fs::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    std::ostringstream text;
+    text << file.rdbuf();
+    return text.str();
+}
+
+std::string quoted(const std::string& argument) {
+    std::string text = "'";
+    for (char c : argument) {
+        text += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    }
+    return text + "'";
+}
+
+/// Runs the tool with the given arguments, the shipped simulation file and no
+/// credentials or service settings from the test's own environment.
+ToolRun runTool(const std::vector<std::string>& arguments) {
+    static int counter = 0;
+    fs::path base =
+        fs::temp_directory_path() / ("qvc-tool-" + std::to_string(::getpid()) + "-" + std::to_string(counter++));
+    std::string command =
+        "env -u QVCONSUMER_APP_ID -u QVCONSUMER_APP_KEY -u QVCONSUMER_SERVICE_URL "
+        "QVCONSUMER_RESOURCE_DIR=" +
+        quoted(QVC_SOURCE_RESOURCE_DIR) + " " + quoted(QVC_TOOL_PATH);
+    for (const auto& argument : arguments) {
+        command += " " + quoted(argument);
+    }
+    command += " >" + quoted(base.string() + ".out") + " 2>" + quoted(base.string() + ".err") + " </dev/null";
+    int raw = std::system(command.c_str());
+    ToolRun run;
+    run.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
+    run.out = readFile(base.string() + ".out");
+    run.err = readFile(base.string() + ".err");
+    fs::remove(base.string() + ".out");
+    fs::remove(base.string() + ".err");
+    return run;
+}
+
+std::string golden(const std::string& name) {
+    return readFile(fs::path(QVC_GOLDEN_DIR) / name);
+}
+
+}  // namespace
+
+namespace {
+
+/// The readable output with the checkout's own folder replaced by "<resources>".
+std::string normalised(std::string text) {
+    const std::string folder = QVC_SOURCE_RESOURCE_DIR;
+    for (std::size_t at = text.find(folder); at != std::string::npos; at = text.find(folder, at)) {
+        text.replace(at, folder.size(), "<resources>");
+    }
+    return text;
+}
+
+nlohmann::json parsedOut(const ToolRun& run) {
+    EXPECT_EQ(run.status, 0) << run.err;
+    return nlohmann::json::parse(run.out);
+}
+
+TEST(ToolReadableOutput, MatchesTheGoldenFiles) {
+    const std::vector<std::pair<std::string, std::vector<std::string>>> cases = {
+        {"demo.txt", {"demo"}},
+        {"offers.txt", {"--user", "jdoe", "offers"}},
+        {"authenticate.txt", {"authenticate", "asmith"}},
+        {"offer-code.txt", {"--user", "jdoe", "offer-code", " GOLD 20 "}},
+        {"validate.txt", {"--user", "jdoe", "validate", "GOLD20", "--item", "401:30:2", "--item", "999:10"}},
+        {"master-data.txt", {"master-data"}},
+    };
+    for (const auto& [file, arguments] : cases) {
+        const ToolRun run = runTool(arguments);
+        EXPECT_EQ(run.status, 0) << file << ": " << run.err;
+        EXPECT_EQ(run.err, "") << file;
+        EXPECT_EQ(normalised(run.out), golden(file)) << file;
+    }
+}
+
+TEST(ToolJsonOutput, PrintsOnlyJsonThatProgramsCanRead) {
+    const auto offers = parsedOut(runTool({"offers", "--user", "jdoe", "--json"}));
+    ASSERT_TRUE(offers.is_array());
+    ASSERT_GE(offers.size(), 8U);
+    EXPECT_EQ(offers[0]["offerCode"], "SAVE10");
+    EXPECT_EQ(offers[0]["type"], "PERCENT OFF");
+
+    const auto consumer = parsedOut(runTool({"--json", "authenticate", "jdoe"}));
+    EXPECT_EQ(consumer["consumerID"], 1001);
+    EXPECT_EQ(consumer["userName"], "jdoe");
+
+    const auto loyalty = parsedOut(runTool({"--json", "--user", "jdoe", "loyalty"}));
+    EXPECT_EQ(loyalty, (nlohmann::json{{"points", 1250}, {"status", "Gold"}}));
+
+    const auto validation =
+        parsedOut(runTool({"--json", "--user", "jdoe", "validate", "FIVEOFF25", "--item", "101:12.50:2"}));
+    EXPECT_EQ(validation["valid"], true);
+    EXPECT_EQ(validation["amountOff"], "5.00");
+    EXPECT_TRUE(validation["basket"][0]["discountedPrice"].is_null());
+
+    const auto rules = parsedOut(runTool({"--json", "--user", "jdoe", "rules-check", "GOLD20", "--cart-total", "20"}));
+    EXPECT_EQ(rules["passed"], false);
+    EXPECT_EQ(rules["reason"], "Purchase amount is lower than minimum transaction amount");
+
+    const auto redemption =
+        parsedOut(runTool({"--json", "--user", "jdoe", "redeem", "SAVE10", "--amount", "20", "--reference", "R-1"}));
+    EXPECT_TRUE(redemption["location"].is_string());
+
+    const auto push = parsedOut(runTool({"--json", "--consumer-id", "1001", "push-token", "tok"}));
+    EXPECT_EQ(push, (nlohmann::json{{"registered", true}, {"consumerID", "1001"}}));
+
+    const auto master = parsedOut(runTool({"--json", "master-data"}));
+    EXPECT_EQ(master["genderTypes"], (nlohmann::json{"Male", "Female"}));
+    EXPECT_FALSE(master["states"].empty());
+}
+
+TEST(ToolProfiles, SignUpAndUpdateTakeOptionsOrAFileAndRoundTrip) {
+    const auto created = parsedOut(runTool({"--json", "sign-up", "--first-name", "Ann", "--last-name", "Lee", "--email",
+                                            "ann@example.com", "--city", "Boston"}));
+    EXPECT_TRUE(created["consumerID"].is_number_integer());
+    EXPECT_EQ(created["firstName"], "Ann");
+    EXPECT_EQ(created["city"], "Boston");
+
+    // What authenticate prints is a profile file that update-profile accepts.
+    fs::path file = fs::temp_directory_path() / ("qvc-profile-" + std::to_string(::getpid()) + ".json");
+    std::ofstream(file) << runTool({"--json", "authenticate", "jdoe"}).out;
+    const auto updated =
+        parsedOut(runTool({"--json", "--user", "jdoe", "update-profile", "--profile", file.string(), "--phone", "1"}));
+    EXPECT_EQ(updated["firstName"], "John");
+    EXPECT_EQ(updated["phone"], "1");
+    fs::remove(file);
+}
+
+TEST(ToolFailures, HaveOneLineMessagesAndDocumentedStatuses) {
+    struct Case {
+        std::vector<std::string> arguments;
+        int status;
+        std::string message;
+    };
+    const fs::path missing = fs::temp_directory_path() / "qvc-no-such-profile.json";
+    const fs::path invalid = fs::temp_directory_path() / ("qvc-invalid-" + std::to_string(::getpid()) + ".json");
+    std::ofstream(invalid) << "{\"firstName\": ";
+    const std::vector<Case> cases = {
+        {{"frobnicate"}, 2, "frobnicate"},
+        {{"validate", "SAVE10", "--item", "12"}, 2, "basket item \"12\" is not ID:PRICE[:QUANTITY]"},
+        {{"validate", "SAVE10", "--item", "x:1"}, 2, "product id in basket item \"x:1\": \"x\" is not an integer"},
+        {{"redeem", "SAVE10", "--amount", "ten", "--reference", "R"}, 2, "amount \"ten\" is not a number"},
+        {{"rules-check", "SAVE10", "--cart-total", "1,5"}, 2, "cart total \"1,5\" is not a number"},
+        {{"sign-up", "--profile", missing.string()}, 2, "cannot read profile file"},
+        {{"sign-up", "--profile", invalid.string()}, 2, "is not valid JSON"},
+        {{"--simulation-file", missing.string(), "loyalty"}, 2, "does not exist"},
+        {{"--env", "live", "loyalty"}, 2, "the live environment needs --service-url"},
+        {{"authenticate", "nobody"}, 3, "authenticate \"nobody\" failed: 404"},
+        {{"--user", "jdoe", "offer-code", "NOPE"}, 3, "This offer is not valid any more"},
+    };
+    for (const auto& [arguments, status, message] : cases) {
+        const ToolRun run = runTool(arguments);
+        EXPECT_EQ(run.status, status) << arguments.front() << ": " << run.err;
+        EXPECT_NE(run.err.find(message), std::string::npos) << run.err;
+        EXPECT_EQ(run.out, "") << arguments.front();
+    }
+    fs::remove(invalid);
+}
+
+TEST(ToolFailures, ALiveServiceThatIsNotThereIsATransportError) {
+    // Port 9 on loopback (discard) has no listener here: the connection is refused at once.
+    const ToolRun run = runTool({"--env", "live", "--service-url", "http://127.0.0.1:9/", "--timeout-ms", "2000",
+                                 "--consumer-id", "1", "loyalty"});
+    EXPECT_EQ(run.status, 3) << run.err;
+    EXPECT_NE(run.err.find("loyalty failed"), std::string::npos) << run.err;
+}
+
+}  // namespace

@@ -1,0 +1,326 @@
+#include "Commands.h"
+
+#include <charconv>
+#include <fstream>
+#include <iostream>
+#include <sstream>
+
+#include "Present.h"
+#include "QVConsumer/OfferDetails.h"
+#include "QVConsumer/OfferType.h"
+#include "QVConsumer/QVCConsumerInfo.h"
+#include "QVConsumer/QVCMasterData.h"
+#include "QVConsumer/QVCOffer.h"
+#include "QVConsumer/QVCPersonalInfo.h"
+#include "QVConsumer/QVCProduct.h"
+#include "QVConsumer/QVCReservationProduct.h"
+#include "Table.h"
+
+namespace {
+
+using Manager = QVConsumerManager;
+
+/// Prints the presentation as JSON (--json) or in its readable form.
+void emit(const Session& session, const Presented& presented, const std::function<void()>& readable) {
+    if (session.options().json) {
+        std::cout << presented.dump(2) << '\n';
+    } else {
+        readable();
+    }
+}
+
+bool isDecimalNumber(const std::string& text) {
+    double value = 0;
+    const char* end = text.data() + text.size();
+    auto result = std::from_chars(text.data(), end, value);
+    return !text.empty() && result.ec == std::errc() && result.ptr == end;
+}
+
+std::int64_t parseInteger(const std::string& text, const std::string& what) {
+    std::int64_t value = 0;
+    const char* end = text.data() + text.size();
+    auto result = std::from_chars(text.data(), end, value);
+    if (text.empty() || result.ec != std::errc() || result.ptr != end) {
+        throw Failure(ExitUsage, what + " \"" + text + "\" is not an integer");
+    }
+    return value;
+}
+
+/// "ID:PRICE[:QUANTITY]" as a basket product; quantity 1 when left out.
+std::shared_ptr<QVCProduct> parseBasketItem(const std::string& item) {
+    std::vector<std::string> parts;
+    std::stringstream stream(item);
+    for (std::string part; std::getline(stream, part, ':');) {
+        parts.push_back(part);
+    }
+    if (parts.size() < 2 || parts.size() > 3) {
+        throw Failure(ExitUsage, "basket item \"" + item + "\" is not ID:PRICE[:QUANTITY]");
+    }
+    auto product = std::make_shared<QVCProduct>();
+    product->productId = parseInteger(parts[0], "product id in basket item \"" + item + "\":");
+    if (!isDecimalNumber(parts[1])) {
+        throw Failure(ExitUsage, "price \"" + parts[1] + "\" in basket item \"" + item + "\" is not a number");
+    }
+    product->price = parts[1];
+    product->quantity = parts.size() == 3 ? parseInteger(parts[2], "quantity in basket item \"" + item + "\":") : 1;
+    return product;
+}
+
+nlohmann::json readProfileFile(const std::string& path) {
+    std::ifstream file(path);
+    if (!file) {
+        throw Failure(ExitUsage, "cannot read profile file \"" + path + "\"");
+    }
+    try {
+        return nlohmann::json::parse(file);
+    } catch (const nlohmann::json::parse_error& error) {
+        throw Failure(ExitUsage, "profile file \"" + path + "\" is not valid JSON: " + error.what());
+    }
+}
+
+/// The profile options as a profile object: the file's members, then the options given.
+nlohmann::json profileFrom(const ProfileOptions& options) {
+    nlohmann::json profile = options.file ? readProfileFile(*options.file) : nlohmann::json::object();
+    const std::pair<const char*, const std::optional<std::string>*> given[] = {
+        {"userName", &options.userName},
+        {"firstName", &options.firstName},
+        {"middleName", &options.middleName},
+        {"lastName", &options.lastName},
+        {"suffix", &options.suffix},
+        {"email", &options.email},
+        {"phone", &options.phone},
+        {"birthMonthDay", &options.birthMonthDay},
+        {"addressLine1", &options.line1},
+        {"city", &options.city},
+        {"postalCode", &options.postalCode},
+        {"stateCode", &options.stateCode},
+        {"countryCode", &options.countryCode},
+    };
+    if (profile.is_object()) {
+        for (const auto& [key, value] : given) {
+            if (*value) {
+                profile[key] = **value;
+            }
+        }
+    }
+    return profile;
+}
+
+std::shared_ptr<QVCConsumerInfo> buildProfile(const ProfileOptions& options) {
+    auto consumer = std::make_shared<QVCConsumerInfo>();
+    applyProfile(*consumer, profileFrom(options), options.file ? *options.file : std::string("the options"));
+    return consumer;
+}
+
+void printConsumer(const Session& session, const QVCConsumerInfo& consumer) {
+    auto presented = presentConsumer(consumer);
+    emit(session, presented, [&] { printFields(std::cout, presented); });
+}
+
+std::shared_ptr<QVCOffer> offerByCode(Session& session, const std::string& code) {
+    auto& manager = session.manager();
+    auto [offer, error, exception] = session.call<Manager::OfferCompletion>(
+        "offer-code \"" + code + "\"", [&](auto completion) { manager.getOfferWithOfferCode(code, completion); });
+    if (!offer) {
+        throw Failure(ExitServiceError, "offer-code \"" + code + "\": the service returned no offer");
+    }
+    return offer;
+}
+
+/// Reads the consumer's loyalty balance; the manager keeps it for the offer rules check.
+typename AwaitFor<Manager::LoyaltyCompletion>::type::Values readLoyalty(Session& session) {
+    auto& manager = session.manager();
+    return session.call<Manager::LoyaltyCompletion>("loyalty",
+                                                    [&](auto completion) { manager.retrieveLoyaltyInfo(completion); });
+}
+
+std::shared_ptr<QVCConsumerInfo> sendProfile(Session& session, const std::string& what,
+                                             const std::shared_ptr<QVCConsumerInfo>& profile, bool signUp) {
+    auto& manager = session.manager();
+    auto [consumer, error, exception] = session.call<Manager::ConsumerCompletion>(what, [&](auto completion) {
+        if (signUp) {
+            manager.signUpNewUserWithDetails(profile, completion);
+        } else {
+            manager.updateConsumerProfile(profile, completion);
+        }
+    });
+    if (!consumer) {
+        throw Failure(ExitServiceError, what + ": the service returned no consumer");
+    }
+    return consumer;
+}
+
+}  // namespace
+
+int runMasterData(Session& session) {
+    session.signIn();
+    auto& manager = session.manager();
+    auto [data, error, exception] = session.call<Manager::MasterDataCompletion>(
+        "master-data", [&](auto completion) { manager.getMasterDataWithCompletionWithCompletion(completion); });
+    if (!data) {
+        throw Failure(ExitServiceError, "master-data: the service returned no reference lists");
+    }
+    auto presented = presentMasterData(*data);
+    emit(session, presented, [&] { printMasterData(std::cout, presented); });
+    return ExitSuccess;
+}
+
+int runAuthenticate(Session& session, const std::string& userName) {
+    auto& manager = session.manager();
+    auto [consumer, error, exception] = session.call<Manager::ConsumerCompletion>(
+        "authenticate \"" + userName + "\"",
+        [&](auto completion) { manager.authenticateConsumerWithUserName(userName, completion); });
+    if (!consumer) {
+        throw Failure(ExitServiceError, "authenticate \"" + userName + "\": the service returned no consumer");
+    }
+    printConsumer(session, *consumer);
+    return ExitSuccess;
+}
+
+int runSignUp(Session& session, const ProfileOptions& options) {
+    auto profile = buildProfile(options);
+    printConsumer(session, *sendProfile(session, "sign-up", profile, true));
+    return ExitSuccess;
+}
+
+int runUpdateProfile(Session& session, const ProfileOptions& options) {
+    auto profile = buildProfile(options);
+    session.signIn();
+    printConsumer(session, *sendProfile(session, "update-profile", profile, false));
+    return ExitSuccess;
+}
+
+int runLoyalty(Session& session) {
+    session.signIn();
+    auto [points, description, error, exception] = readLoyalty(session);
+    Presented presented = {{"points", points}, {"status", description ? Presented(*description) : Presented()}};
+    emit(session, presented, [&] { printFields(std::cout, presented); });
+    return ExitSuccess;
+}
+
+int runOffers(Session& session) {
+    session.signIn();
+    auto& manager = session.manager();
+    auto [offers, error, exception] = session.call<Manager::OffersCompletion>(
+        "offers", [&](auto completion) { manager.getAllOffersWithCompletionHandler(completion); });
+    Presented presented = Presented::array();
+    for (const auto& offer : offers.value_or(std::vector<std::shared_ptr<QVCOffer>>{})) {
+        presented.push_back(presentOffer(*offer));
+    }
+    emit(session, presented, [&] { printOfferTable(std::cout, presented); });
+    return ExitSuccess;
+}
+
+int runOffer(Session& session, const std::string& offerID) {
+    session.signIn();
+    auto& manager = session.manager();
+    auto [offer, error, exception] = session.call<Manager::OfferCompletion>(
+        "offer \"" + offerID + "\"",
+        [&](auto completion) { manager.getOfferDetailsWithOfferID(QVCJSON(offerID), completion); });
+    if (!offer) {
+        throw Failure(ExitServiceError, "offer \"" + offerID + "\": the service returned no offer");
+    }
+    auto presented = presentOffer(*offer);
+    emit(session, presented, [&] { printOffer(std::cout, presented); });
+    return ExitSuccess;
+}
+
+int runOfferCode(Session& session, const std::string& offerCode) {
+    session.signIn();
+    auto presented = presentOffer(*offerByCode(session, offerCode));
+    emit(session, presented, [&] { printOffer(std::cout, presented); });
+    return ExitSuccess;
+}
+
+int runRulesCheck(Session& session, const std::string& offerCode, const std::string& cartTotal,
+                  std::optional<std::int64_t> productID) {
+    if (!isDecimalNumber(cartTotal)) {
+        throw Failure(ExitUsage, "cart total \"" + cartTotal + "\" is not a number");
+    }
+    session.signIn();
+    readLoyalty(session);
+    auto offer = offerByCode(session, offerCode);
+    std::shared_ptr<QVCProduct> product;
+    if (productID) {
+        product = std::make_shared<QVCProduct>();
+        product->productId = *productID;
+    }
+    auto& manager = session.manager();
+    auto [passed, error] = session.call<Manager::RulesCheckCompletion>(
+        "rules-check \"" + offerCode + "\"",
+        [&](auto completion) { manager.offerRulesCheck(offer, cartTotal, product, completion); }, true);
+    std::string reason = error && !error->errorMessages().empty() ? error->errorMessages().front() : "";
+    Presented presented = {
+        {"offerCode", offerCode}, {"passed", passed}, {"reason", passed ? Presented() : Presented(reason)}};
+    emit(session, presented, [&] { printFields(std::cout, presented); });
+    return ExitSuccess;
+}
+
+int runValidate(Session& session, const std::string& offerCode, const std::vector<std::string>& items) {
+    Manager::Products basket;
+    for (const auto& item : items) {
+        basket.push_back(parseBasketItem(item));
+    }
+    session.signIn();
+    readLoyalty(session);
+    auto& manager = session.manager();
+    auto [valid, products, amountOff, error, exception] = session.call<Manager::ValidationCompletion>(
+        "validate \"" + offerCode + "\"",
+        [&](auto completion) { manager.validateOfferWithOfferCode(offerCode, basket, completion); });
+
+    Presented lines = Presented::array();
+    const auto& priced = products.value_or(Manager::Products{});
+    for (std::size_t i = 0; i < basket.size(); ++i) {
+        Presented line = presentProduct(*basket[i]);
+        line["discountedPrice"] =
+            i < priced.size() && priced[i] != basket[i] ? Presented(*priced[i]->price) : Presented(nullptr);
+        lines.push_back(std::move(line));
+    }
+    Presented presented = {{"offerCode", offerCode},
+                           {"valid", valid},
+                           {"amountOff", amountOff ? Presented(*amountOff) : Presented()},
+                           {"basket", lines}};
+    emit(session, presented, [&] {
+        Table table({{"PRODUCT", Table::Align::Right},
+                     {"QTY", Table::Align::Right},
+                     {"PRICE", Table::Align::Right},
+                     {"DISCOUNTED", Table::Align::Right}});
+        for (const auto& line : lines) {
+            table.addRow({shown(line["productId"]), shown(line["quantity"]), shown(line["price"]),
+                          shown(line["discountedPrice"])});
+        }
+        table.print(std::cout);
+        std::cout << "valid: " << (valid ? "yes" : "no");
+        if (amountOff) {
+            std::cout << ", amount off: " << shown(amountOff);
+        }
+        std::cout << '\n';
+    });
+    return ExitSuccess;
+}
+
+int runRedeem(Session& session, const std::string& offerCode, const std::string& amount,
+              const std::string& referenceID) {
+    if (!isDecimalNumber(amount)) {
+        throw Failure(ExitUsage, "amount \"" + amount + "\" is not a number");
+    }
+    session.signIn();
+    auto& manager = session.manager();
+    auto [location, error, exception] =
+        session.call<Manager::RedemptionCompletion>("redeem \"" + offerCode + "\"", [&](auto completion) {
+            manager.redeemOfferWithAmount(QVCJSON(std::stod(amount)), offerCode, QVCJSON(referenceID), completion);
+        });
+    Presented presented = {{"offerCode", offerCode}, {"location", location ? Presented(*location) : Presented()}};
+    emit(session, presented, [&] { printFields(std::cout, presented); });
+    return ExitSuccess;
+}
+
+int runPushToken(Session& session, const std::string& token) {
+    session.signIn();
+    auto& manager = session.manager();
+    auto [success, error, exception] = session.call<Manager::PushCompletion>(
+        "push-token", [&](auto completion) { manager.setPushDeviceToken(QVCJSON(token), completion); });
+    Presented presented = {{"registered", success}, {"consumerID", manager.consumerID().value_or("")}};
+    emit(session, presented, [&] { printFields(std::cout, presented); });
+    return ExitSuccess;
+}

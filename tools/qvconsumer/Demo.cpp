@@ -1,0 +1,140 @@
+// qvconsumer demo: one shopper's journey told step by step.
+#include <iostream>
+
+#include "Commands.h"
+#include "Present.h"
+#include "QVConsumer/OfferDetails.h"
+#include "QVConsumer/OfferType.h"
+#include "QVConsumer/QVCConsumerInfo.h"
+#include "QVConsumer/QVCMasterData.h"
+#include "QVConsumer/QVCOffer.h"
+#include "QVConsumer/QVCReservationProduct.h"
+#include "Table.h"
+
+namespace {
+
+using Manager = QVConsumerManager;
+using Offers = std::vector<std::shared_ptr<QVCOffer>>;
+
+const char* const demoUser = "jdoe";
+
+void step(int number, const std::string& title) {
+    std::cout << '\n' << number << ". " << title << '\n';
+}
+
+std::string typeOf(const QVCOffer& offer) {
+    return offer.offerDetails && offer.offerDetails->type ? shown(offer.offerDetails->type->typeDescription) : "-";
+}
+
+bool isPercentOff(const QVCOffer& offer) {
+    return typeOf(offer) == "PERCENT OFF";
+}
+
+/// A basket of two lines: the products the offer names when it names some, so
+/// that its product rule holds, otherwise two catalogue products.
+Manager::Products basketFor(const QVCOffer& offer) {
+    std::vector<std::int64_t> ids = {101, 102};
+    const auto& named = offer.offerDetails ? offer.offerDetails->products : std::nullopt;
+    if (named && !named->empty()) {
+        ids = {named->front()->productId, named->back()->productId};
+    }
+    const std::pair<const char*, std::int64_t> lines[] = {{"24.50", 2}, {"8.00", 1}};
+    Manager::Products basket;
+    for (std::size_t i = 0; i < 2; ++i) {
+        auto product = std::make_shared<QVCProduct>();
+        product->productId = ids[i];
+        product->price = lines[i].first;
+        product->quantity = lines[i].second;
+        basket.push_back(product);
+    }
+    return basket;
+}
+
+void printBasket(const Manager::Products& basket, const std::optional<Manager::Products>& priced) {
+    Table table({{"PRODUCT", Table::Align::Right},
+                 {"QTY", Table::Align::Right},
+                 {"PRICE", Table::Align::Right},
+                 {"AFTER OFFER", Table::Align::Right}});
+    for (std::size_t i = 0; i < basket.size(); ++i) {
+        std::string after = priced && i < priced->size() ? shown((*priced)[i]->price) : "-";
+        table.addRow({std::to_string(basket[i]->productId), std::to_string(basket[i]->quantity),
+                      shown(basket[i]->price), after});
+    }
+    table.print(std::cout, "   ");
+}
+
+}  // namespace
+
+int runDemo(Session& session) {
+    auto& manager = session.manager();
+    std::cout << "QVConsumer demo: one shopper's journey, answered by "
+              << manager.simulatePath().value_or("the live service") << '\n';
+
+    step(1, "Reference lists for the sign-up form");
+    auto [data, dataError, dataException] = session.call<Manager::MasterDataCompletion>(
+        "master-data", [&](auto completion) { manager.getMasterDataWithCompletionWithCompletion(completion); });
+    std::cout << "   " << data->ageRangeTypes.size() << " age ranges, " << data->genderTypes.size() << " genders, "
+              << data->maritalStatusTypes.size() << " marital statuses, " << data->incomeRangeTypes.size()
+              << " income ranges, " << data->educationTypes.size() << " education levels, "
+              << data->occupationTypes.size() << " occupations,\n   " << data->states.size() << " states, "
+              << data->country.size() << " countries, " << data->merchantTypes.size() << " merchant types\n";
+
+    step(2, std::string("Sign in as \"") + demoUser + "\"");
+    auto [consumer, consumerError, consumerException] = session.call<Manager::ConsumerCompletion>(
+        "authenticate", [&](auto completion) { manager.authenticateConsumerWithUserName(demoUser, completion); });
+    std::cout << "   " << shown(consumer->firstName) << ' ' << shown(consumer->lastName) << ", consumer "
+              << manager.consumerID().value_or("-") << '\n';
+
+    step(3, "Loyalty balance");
+    auto [points, status, loyaltyError, loyaltyException] = session.call<Manager::LoyaltyCompletion>(
+        "loyalty", [&](auto completion) { manager.retrieveLoyaltyInfo(completion); });
+    std::cout << "   " << points << " points, status " << shown(status) << '\n';
+
+    step(4, "Offers at facility " + std::to_string(manager.facilityInfo()->facilityID));
+    auto [offers, offersError, offersException] = session.call<Manager::OffersCompletion>(
+        "offers", [&](auto completion) { manager.getAllOffersWithCompletionHandler(completion); });
+    Presented listed = Presented::array();
+    std::shared_ptr<QVCOffer> percentOffer;
+    std::shared_ptr<QVCOffer> amountOffer;
+    for (const auto& offer : offers.value_or(Offers{})) {
+        listed.push_back(presentOffer(*offer));
+        auto& pick = isPercentOff(*offer) ? percentOffer : amountOffer;
+        if (!pick) {
+            pick = offer;
+        }
+    }
+    printOfferTable(std::cout, listed, "   ");
+    if (!percentOffer || !amountOffer) {
+        throw Failure(ExitServiceError, "demo: the offers hold no percentage and amount offer to try");
+    }
+
+    int number = 5;
+    for (const auto& offer : {percentOffer, amountOffer}) {
+        const std::string code = shown(offer->offerCode);
+        step(number++, "Validate " + code + " (" + typeOf(*offer) + ") against a basket");
+        auto basket = basketFor(*offer);
+        auto [valid, priced, amountOff, error, exception] = session.call<Manager::ValidationCompletion>(
+            "validate \"" + code + "\"",
+            [&](auto completion) { manager.validateOfferWithOfferCode(code, basket, completion); });
+        printBasket(basket, isPercentOff(*offer) ? priced : std::nullopt);
+        std::cout << "   valid: " << (valid ? "yes" : "no");
+        if (amountOff) {
+            std::cout << ", amount off: " << shown(amountOff);
+        }
+        std::cout << '\n';
+    }
+
+    const std::string code = shown(percentOffer->offerCode);
+    step(number++, "Redeem " + code + " for a purchase of 57.00, reference DEMO-0001");
+    auto [location, redeemError, redeemException] = session.call<Manager::RedemptionCompletion>(
+        "redeem \"" + code + "\"",
+        [&](auto completion) { manager.redeemOfferWithAmount(QVCJSON(57.0), code, QVCJSON("DEMO-0001"), completion); });
+    std::cout << "   redemption recorded at " << shown(location) << '\n';
+
+    step(number, "Register this device for push notifications");
+    auto [registered, pushError, pushException] = session.call<Manager::PushCompletion>(
+        "push-token", [&](auto completion) { manager.setPushDeviceToken(QVCJSON("demo-device-token"), completion); });
+    std::cout << "   " << (registered ? "registered" : "not registered") << " for consumer "
+              << manager.consumerID().value_or("-") << '\n';
+    return ExitSuccess;
+}

@@ -1,0 +1,111 @@
+#include "Session.h"
+
+#include <filesystem>
+
+#include "platform/QVCEnvironment.h"
+#include "platform/QVCPlatformConfiguration.h"
+
+namespace {
+
+/// How long one request may take at most: every attempt, with back-off between
+/// attempts, plus a margin. Operations that make two requests wait twice that.
+std::chrono::milliseconds requestLimit(const QVCPlatformConfiguration& configuration) {
+    long attempts = configuration.maxRetries + 1;
+    long perRequest = configuration.totalTimeoutMs * attempts + configuration.retryMaxDelayMs * (attempts - 1);
+    return std::chrono::milliseconds(2 * perRequest + 2000);
+}
+
+}  // namespace
+
+Session::Session(const GlobalOptions& options) : options_(options) {
+    std::int64_t environment;
+    if (options.environment == "simulation") {
+        environment = QVCEnvironmentSimulation;
+    } else if (options.environment == "live") {
+        environment = QVCEnvironmentLive;
+    } else {
+        throw Failure(ExitUsage, "unknown environment \"" + options.environment + "\" (use simulation or live)");
+    }
+
+    auto company = std::make_shared<QVCCompanyInfo>();
+    company->companyID = options.companyID;
+    std::string refusal;
+    manager_ =
+        QVConsumerManager::initWithAppID(options.appID, options.appKey, company, options.consumerID, environment,
+                                         [&](bool, const std::shared_ptr<QVCErrorResponse>& error, std::exception_ptr) {
+                                             refusal = error ? error->description() : "";
+                                         });
+    if (!manager_) {
+        throw Failure(ExitUsage, refusal.empty() ? "the platform refused the configuration" : refusal);
+    }
+    auto facility = std::make_shared<QVCFacilityInfo>();
+    facility->facilityID = options.facilityID;
+    manager_->setFacilityInfo(facility);
+
+    auto configuration = QVCPlatformConfiguration::fromEnvironment();
+    if (options.serviceURL) {
+        configuration.serviceRootURL = *options.serviceURL;
+    }
+    if (options.timeoutMs) {
+        configuration.totalTimeoutMs = *options.timeoutMs;
+    }
+    if (environment == QVCEnvironmentLive) {
+        if (configuration.serviceRootURL.empty()) {
+            throw Failure(ExitUsage, std::string("the live environment needs --service-url or ") +
+                                         QVCPlatformConfiguration::serviceURLVariable);
+        }
+        for (const auto& problem : configuration.problems) {
+            throw Failure(ExitUsage, problem);
+        }
+    }
+    manager_->setPlatformConfiguration(configuration);
+    waitLimit_ = requestLimit(configuration);
+
+    if (options.simulationFile) {
+        std::error_code error;
+        if (!std::filesystem::is_regular_file(*options.simulationFile, error)) {
+            throw Failure(ExitUsage, "simulation file \"" + *options.simulationFile + "\" does not exist");
+        }
+        manager_->setSimulatePath(*options.simulationFile);
+    } else if (environment == QVCEnvironmentSimulation && !manager_->simulatePath()) {
+        throw Failure(ExitUsage,
+                      "the simulation file QVConsumerSimulate.json was not found: pass --simulation-file or set "
+                      "QVCONSUMER_RESOURCE_DIR");
+    }
+}
+
+void Session::signIn() {
+    if (!options_.userName) {
+        return;
+    }
+    auto& manager = *manager_;
+    const auto userName = options_.userName;
+    auto [consumer, error, exception] = call<QVConsumerManager::ConsumerCompletion>(
+        "authenticate \"" + *userName + "\"",
+        [&](auto completion) { manager.authenticateConsumerWithUserName(userName, completion); });
+    if (!consumer) {
+        throw Failure(ExitServiceError, "authenticate \"" + *userName + "\": the service returned no consumer");
+    }
+}
+
+void Session::check(const std::string& what, const std::exception_ptr& exception, bool) {
+    if (exception) {
+        throw Failure(ExitException, what + " raised: " + describeException(exception));
+    }
+}
+
+void Session::check(const std::string& what, const std::shared_ptr<QVCErrorResponse>& error, bool errorsAreResults) {
+    if (error && !errorsAreResults) {
+        throw Failure(ExitServiceError, what + " failed: " + error->description());
+    }
+}
+
+std::string describeException(const std::exception_ptr& exception) {
+    try {
+        std::rethrow_exception(exception);
+    } catch (const std::exception& caught) {
+        return caught.what();
+    } catch (...) {
+        return "unknown exception";
+    }
+}

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <exception>
+#include <memory>
+#include <optional>
+#include <string>
+#include <tuple>
+
+#include "Await.h"
+#include "Failure.h"
+#include "QVConsumer/QVConsumerManager.h"
+
+/// The options every command shares.
+struct GlobalOptions {
+    std::string environment = "simulation";
+    std::optional<std::string> serviceURL;
+    std::string appID = "qvconsumer-cli";
+    std::string appKey = "simulation";
+    std::int64_t companyID = 1;
+    std::int64_t facilityID = 1;
+    std::optional<std::string> consumerID;
+    std::optional<std::string> userName;
+    std::optional<std::string> simulationFile;
+    std::optional<long> timeoutMs;
+    bool json = false;
+};
+
+/// One run of the tool: a configured manager and the means to wait for its
+/// completions. Every failure becomes a Failure with its exit status.
+class Session {
+public:
+    /// Refuses (Failure, ExitUsage) a configuration that cannot work.
+    explicit Session(const GlobalOptions& options);
+
+    QVConsumerManager& manager() { return *manager_; }
+    const GlobalOptions& options() const { return options_; }
+
+    /// Authenticates --user when given, so that the command acts for that consumer.
+    void signIn();
+
+    /// Starts an operation with a completion of type Completion, waits for it
+    /// and returns its arguments. A caught exception, an error record (unless
+    /// errorsAreResults) or no answer in time end the command.
+    template <typename Completion, typename Start>
+    typename AwaitFor<Completion>::type::Values call(const std::string& what, const Start& start,
+                                                     bool errorsAreResults = false) {
+        typename AwaitFor<Completion>::type await;
+        start(await.completion());
+        auto values = await.wait(waitLimit_);
+        if (!values) {
+            throw Failure(ExitNoAnswer, what + ": no answer within " + std::to_string(waitLimit_.count()) + " ms");
+        }
+        std::apply([&](const auto&... value) { (check(what, value, errorsAreResults), ...); }, *values);
+        return *values;
+    }
+
+private:
+    static void check(const std::string& what, const std::exception_ptr& exception, bool);
+    static void check(const std::string& what, const std::shared_ptr<QVCErrorResponse>& error, bool errorsAreResults);
+    template <typename T>
+    static void check(const std::string&, const T&, bool) {}
+
+    GlobalOptions options_;
+    std::shared_ptr<QVConsumerManager> manager_;
+    std::chrono::milliseconds waitLimit_{0};
+};
+
+/// The message of an exception that the library caught.
+std::string describeException(const std::exception_ptr& exception);
