@@ -1,9 +1,14 @@
 #!/usr/bin/env bash
-# Installs what is needed, builds the library and runs the example program.
+# Installs what is needed, builds the library and the qvconsumer tool, and runs
+# the tool's demo: one shopper's journey against the shipped simulation file.
+# Arguments are passed to qvconsumer instead of "demo" when given.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 ./scripts/install-deps.sh
 cmake -S . -B build/release -DCMAKE_BUILD_TYPE=Release -DQVC_BUILD_TESTS=OFF >/dev/null
 cmake --build build/release -j "$(nproc)" >/dev/null
-exec build/release/examples/qvc_push_example "$@"
+if [ $# -eq 0 ]; then
+  set -- demo
+fi
+exec build/release/tools/qvconsumer/qvconsumer "$@"
