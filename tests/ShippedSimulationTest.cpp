@@ -1,159 +1,148 @@
+// A manager in the simulation environment, answered by the shipped file on
+// the simulation transport's own thread, for every public operation.
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <future>
 #include <memory>
-#include <set>
 #include <stdexcept>
 #include <string>
+#include <thread>
+#include <tuple>
 
+#include "QVConsumer/OfferDetails.h"
+#include "QVConsumer/OfferType.h"
+#include "QVConsumer/QVCConsumerInfo.h"
+#include "QVConsumer/QVCMasterData.h"
+#include "QVConsumer/QVCOffer.h"
+#include "QVConsumer/QVCPersonalInfo.h"
+#include "QVConsumer/QVCProduct.h"
 #include "QVConsumer/QVConsumerManager.h"
-#include "TransportTestSupport.h"
 #include "platform/QVCEnvironment.h"
-#include "platform/QVCSimulationFile.h"
 
 namespace {
 
-const std::string shippedPath = std::string(QVC_SOURCE_RESOURCE_DIR) + "/QVConsumerSimulate.json";
-const std::string consumer = "lqsapi/consumers/v1/consumer/";
-const std::string offers = "lqsapi/consumers/v1/consumers/1001/offers";
+using Manager = QVConsumerManager;
+
+/// Starts an operation and waits for its one completion call.
+template <typename Completion>
+struct Awaiting;
+
+template <typename... Args>
+struct Awaiting<std::function<void(Args...)>> {
+    template <typename Start>
+    static std::tuple<std::decay_t<Args>...> call(const Start& start) {
+        auto promise = std::make_shared<std::promise<std::tuple<std::decay_t<Args>...>>>();
+        auto answered = promise->get_future();
+        start(std::function<void(Args...)>([promise](Args... args) { promise->set_value({std::move(args)...}); }));
+        if (answered.wait_for(std::chrono::seconds(10)) != std::future_status::ready) {
+            throw std::runtime_error("no completion within 10 s");
+        }
+        return answered.get();
+    }
+};
 
 class ShippedSimulation : public ::testing::Test {
 protected:
-    void SetUp() override { file_ = QVCSimulationFile::load(shippedPath); }
+    std::shared_ptr<Manager> manager = Manager::initWithAppID("app", "key", std::make_shared<QVCCompanyInfo>(), "1001",
+                                                              QVCEnvironmentSimulation, nullptr);
 
-    /// The body of a successful answer to the request, exactly as the library sends it.
-    QVCJSON body(const std::string& method, const std::string& path) {
-        QVCResponse response = file_->answer(method, path);
-        EXPECT_FALSE(response.error()) << method << " " << path << ": " << describe(response);
-        EXPECT_TRUE(response.body()) << method << " " << path;
-        return response.body().value_or(QVCJSON());
+    std::shared_ptr<QVCOffer> offerByCode(const std::string& code) {
+        auto [offer, error, exception] =
+            Awaiting<Manager::OfferCompletion>::call([&](auto done) { manager->getOfferWithOfferCode(code, done); });
+        EXPECT_FALSE(error || exception) << code;
+        return offer;
     }
-
-    std::shared_ptr<QVCSimulationFile> file_;
 };
 
-/// Every key is present in object and holds a text or number.
-void expectLeaves(const QVCJSON& object, std::initializer_list<const char*> keys, const std::string& where) {
-    ASSERT_TRUE(object.is_object()) << where;
-    for (const char* key : keys) {
-        EXPECT_TRUE(object.contains(key) && (object[key].is_string() || object[key].is_number()))
-            << where << " lacks \"" << key << "\"";
+TEST_F(ShippedSimulation, AnswersReferenceListsAndTwoConsumers) {
+    ASSERT_TRUE(manager->simulatePath());
+    auto [data, dataError, dataException] = Awaiting<Manager::MasterDataCompletion>::call(
+        [&](auto done) { manager->getMasterDataWithCompletionWithCompletion(done); });
+    ASSERT_TRUE(data) << (dataError ? dataError->description() : "no error");
+    for (const auto* list :
+         {&data->ageRangeTypes, &data->maritalStatusTypes, &data->incomeRangeTypes, &data->consumerGroupTypes,
+          &data->educationTypes, &data->occupationTypes, &data->merchantTypes}) {
+        EXPECT_GE(list->size(), 3U);
     }
+    EXPECT_GE(data->states.size(), 3U);
+    EXPECT_GE(data->country.size(), 2U);
+
+    for (const auto& [user, id] : {std::pair{"jdoe", "1001"}, std::pair{"asmith", "1002"}}) {
+        auto [consumer, error, exception] = Awaiting<Manager::ConsumerCompletion>::call(
+            [&](auto done) { manager->authenticateConsumerWithUserName(user, done); });
+        ASSERT_TRUE(consumer) << user;
+        EXPECT_TRUE(consumer->firstName && consumer->lastName) << user;
+        EXPECT_EQ(manager->consumerID(), std::optional<std::string>(id));
+    }
+    auto [nobody, error, exception] = Awaiting<Manager::ConsumerCompletion>::call(
+        [&](auto done) { manager->authenticateConsumerWithUserName("nobody", done); });
+    EXPECT_FALSE(nobody);
+    ASSERT_TRUE(error);
+    EXPECT_EQ(error->errorMessages(), std::vector<std::string>{"404"});
 }
 
-const QVCJSON& firstOf(const QVCJSON& object, const char* key, const std::string& where) {
-    static const QVCJSON none;
-    EXPECT_TRUE(object.is_object() && object.contains(key) && object[key].is_array() && !object[key].empty())
-        << where << ": \"" << key << "\" must be a non-empty array";
-    return object.is_object() && object.contains(key) && object[key].is_array() && !object[key].empty() ? object[key][0]
-                                                                                                        : none;
+TEST_F(ShippedSimulation, AnswersBalanceProfileAndPushRegistration) {
+    auto [points, status, loyaltyError, loyaltyException] =
+        Awaiting<Manager::LoyaltyCompletion>::call([&](auto done) { manager->retrieveLoyaltyInfo(done); });
+    EXPECT_GT(points, 0);
+    EXPECT_TRUE(status && !status->empty());
+    EXPECT_EQ(manager->loyalty(), std::optional<std::string>(std::to_string(points)));
+
+    auto profile = std::make_shared<QVCConsumerInfo>();
+    profile->firstName = "Ann";
+    profile->lastName = "Lee";
+    profile->middleName = "";  // the update document sends every name as it stands
+    profile->suffix = "";
+    auto [signedUp, signUpError, signUpException] = Awaiting<Manager::ConsumerCompletion>::call(
+        [&](auto done) { manager->signUpNewUserWithDetails(profile, done); });
+    ASSERT_EQ(signedUp, profile);
+    EXPECT_GT(profile->consumerID, 0);
+    auto [updated, updateError, updateException] =
+        Awaiting<Manager::ConsumerCompletion>::call([&](auto done) { manager->updateConsumerProfile(profile, done); });
+    EXPECT_EQ(updated, profile);
+
+    auto [registered, pushError, pushException] =
+        Awaiting<Manager::PushCompletion>::call([&](auto done) { manager->setPushDeviceToken("token", done); });
+    EXPECT_TRUE(registered);
 }
 
-TEST_F(ShippedSimulation, MasterDataHoldsEveryListWithTheKeysItsReaderTakes) {
-    QVCJSON lists = body("GET", "lqsapi/consumers/v1/data")["consumerRs"];
-    ASSERT_TRUE(lists.is_object());
-    const std::vector<std::pair<const char*, const char*>> codeKeys = {
-        {"ageRangeTypes", "ageRangeTypeCode"},       {"maritalStatusTypes", "maritalStatusTypeCode"},
-        {"incomeRangeTypes", "incomeRangeTypeCode"}, {"consumerGroupTypes", "occupationTypeCode"},
-        {"educationTypes", "educationTypeCode"},     {"occupationTypes", "occupationTypeCode"},
-        {"merchantTypes", "occupationTypeCode"}};
-    for (const auto& [list, code] : codeKeys) {
-        ASSERT_TRUE(lists[list].is_array() && lists[list].size() >= 3) << list;
-        for (const auto& item : lists[list]) {
-            expectLeaves(item, {"activeFlag", "description", code, "sortOrder"}, list);
-            EXPECT_EQ(item["activeFlag"], "Y") << list;
-        }
-    }
-    ASSERT_TRUE(lists["states"].is_array() && !lists["states"].empty());
-    for (const auto& state : lists["states"]) {
-        expectLeaves(state, {"activeFlag", "sortOrder", "description"}, "states");
-        expectLeaves(state["id"], {"stateCode", "countryCode"}, "states.id");
-    }
-    ASSERT_TRUE(lists["country"].is_array() && !lists["country"].empty());
-    for (const auto& country : lists["country"]) {
-        expectLeaves(country, {"countryCode", "activeFlag", "description"}, "country");
-    }
-    // A country takes its sort position from the occupation at the same index.
-    EXPECT_LE(lists["country"].size(), lists["occupationTypes"].size());
-}
-
-TEST_F(ShippedSimulation, TwoConsumersAuthenticateAndAnUnknownOneGets404) {
-    std::set<std::int64_t> ids;
-    for (const std::string user : {"jdoe", "asmith"}) {
-        QVCJSON consumers = body("GET", consumer + user + "/authenticate")["consumers"];
-        ASSERT_TRUE(consumers.is_array() && !consumers.empty()) << user;
-        const QVCJSON& document = consumers[0];
-        expectLeaves(document, {"consumerId", "userId", "genderTypeCode", "activeFlag", "preferEmailFlag"}, user);
-        ids.insert(document["consumerId"].get<std::int64_t>());
-        const QVCJSON& contact = firstOf(document, "contactList", user);
-        expectLeaves(contact, {"firstName", "lastName", "contactId"}, user + " contact");
-        expectLeaves(firstOf(contact, "address", user), {"addressLine1", "city", "postalCode", "stateCode"}, user);
-        expectLeaves(firstOf(contact, "email", user), {"emailAddress", "confirmedFlag"}, user);
-        expectLeaves(firstOf(contact, "phone", user), {"phoneNumber", "confirmedFlag"}, user);
-        expectLeaves(firstOf(document, "company", user)["companyLoyalty"]["loyalty"], {"loyaltyId"}, user);
-        EXPECT_TRUE(firstOf(document, "consumerGroup", user)["consumerGroupType"].contains("groupCode"));
-        EXPECT_TRUE(firstOf(document, "consumerMerchantType", user)["merchantType"].contains("merchantTypeCode"));
-    }
-    EXPECT_EQ(ids.size(), 2u);
-
-    QVCResponse unknown = file_->answer("GET", consumer + "nobody/authenticate");
-    ASSERT_TRUE(unknown.body());
-    EXPECT_EQ(unknown.objectForKey("httpResponseCode") ? *unknown.objectForKey("httpResponseCode") : QVCJSON(), 404);
-}
-
-TEST_F(ShippedSimulation, SignUpUpdateLoyaltyAndPushAnswerAsTheirOperationsRead) {
-    QVCJSON signedUp = body("POST", "lqsapi/consumers/v1/consumer");
-    ASSERT_TRUE(signedUp["consumers"].is_object());
-    EXPECT_TRUE(signedUp["consumers"].contains("consumerId"));
-
-    QVCJSON balance = body("GET", consumer + "1001/balance/loyalty")["consumerRs"];
-    ASSERT_TRUE(balance.is_array() && !balance.empty());
-    EXPECT_TRUE(balance[0]["loyaltyPoints"].is_number());
-    expectLeaves(firstOf(balance[0], "loyaltyConsumerStatusResponse", "balance"), {"description"}, "status");
-
-    EXPECT_FALSE(file_->answer("POST", consumer + "1001/device").error());
-}
-
-TEST_F(ShippedSimulation, OffersAreListedAndEachIsReachableByIdAndByCode) {
-    QVCJSON list = body("GET", offers + "?facilityId=7");
-    ASSERT_TRUE(list.is_array());
-    EXPECT_GE(list.size(), 8u);
-    int percent = 0, amount = 0, minimums = 0, costsPoints = 0, withProducts = 0;
-    for (const auto& offer : list) {
-        expectLeaves(offer, {"consumerOfferId", "offerCode"}, "offer");
-        const QVCJSON& inner = offer["offer"];
-        expectLeaves(inner, {"offerId", "offerName", "offerDescription"}, offer["offerCode"].dump());
-        const QVCJSON& details = inner["offerDetails"];
-        ASSERT_TRUE(details["offerRules"].is_object() && details["offerType"].is_object());
-        const QVCJSON& type = details["offerType"];
-        if (type["type"] == "PERCENT OFF") {
-            percent += type.contains("dollarPercentageOff");
-        } else {
-            amount += type.contains("dollarAmountOff");
-        }
-        minimums += details["offerRules"].contains("minPurchaseLimit");
-        costsPoints += type.contains("loyaltyPoints") && type["loyaltyPoints"] != "0";
-        for (const auto& product : details["associatedProduct"]) {
-            expectLeaves(product, {"productName", "productId"}, "associatedProduct");
-            ++withProducts;
-        }
-
-        std::string id = inner["offerId"].get<std::string>();
-        EXPECT_EQ(body("GET", offers + "/" + id), offer) << "by id " << id;
-        std::string code = offer["offerCode"].get<std::string>();
-        EXPECT_EQ(body("GET", offers + "?offerCode=" + code), QVCJSON::array({offer})) << "by code " << code;
-
-        QVCResponse redeemed =
-            file_->answer("POST", offers + "/" + offer["consumerOfferId"].get<std::string>() + "/redeems");
-        EXPECT_FALSE(redeemed.error());
-        EXPECT_TRUE(redeemed.headerValue("location"));
+TEST_F(ShippedSimulation, EveryListedOfferIsReachableByIdAndCodeAndCanBeUsed) {
+    auto [offers, error, exception] =
+        Awaiting<Manager::OffersCompletion>::call([&](auto done) { manager->getAllOffersWithCompletionHandler(done); });
+    ASSERT_TRUE(offers);
+    ASSERT_GE(offers->size(), 8U);
+    int percent = 0;
+    for (const auto& listed : *offers) {
+        percent += listed->offerDetails->type->typeDescription == "PERCENT OFF";
+        auto [byId, idError, idException] = Awaiting<Manager::OfferCompletion>::call(
+            [&](auto done) { manager->getOfferDetailsWithOfferID(QVCJSON(*listed->offerId), done); });
+        ASSERT_TRUE(byId) << *listed->offerId;
+        EXPECT_EQ(byId->offerCode, listed->offerCode);
+        EXPECT_EQ(offerByCode(" " + *listed->offerCode + "\t")->offerId, listed->offerId);
     }
     EXPECT_GE(percent, 2);
-    EXPECT_GE(amount, 2);
-    EXPECT_GE(minimums, 2);
-    EXPECT_GE(costsPoints, 2);
-    EXPECT_GE(withProducts, 4);
-    EXPECT_EQ(body("GET", offers + "?offerCode=NOSUCHCODE"), QVCJSON::array());
+    EXPECT_LE(percent, static_cast<int>(offers->size()) - 2);
+
+    auto [unknown, unknownError, unknownException] = Awaiting<Manager::OfferCompletion>::call(
+        [&](auto done) { manager->getOfferWithOfferCode("NOSUCHCODE", done); });
+    ASSERT_TRUE(unknownError);
+    EXPECT_EQ(unknownError->errorMessages(), std::vector<std::string>{"This offer is not valid any more"});
+
+    auto item = std::make_shared<QVCProduct>();
+    item->productId = offerByCode("SAVE10")->offerDetails->products->front()->productId;
+    item->price = "40";
+    item->quantity = 1;
+    auto [valid, priced, amountOff, validationError, validationException] =
+        Awaiting<Manager::ValidationCompletion>::call(
+            [&](auto done) { manager->validateOfferWithOfferCode("SAVE10", Manager::Products{item}, done); });
+    EXPECT_TRUE(valid);
+    ASSERT_TRUE(priced && priced->size() == 1);
+    EXPECT_EQ(priced->front()->price, std::optional<std::string>("36.000000"));
+
+    auto [location, redeemError, redeemException] = Awaiting<Manager::RedemptionCompletion>::call(
+        [&](auto done) { manager->redeemOfferWithAmount(QVCJSON(40), "SAVE10", QVCJSON("R-1"), done); });
+    EXPECT_TRUE(location && !location->empty()) << (redeemError ? redeemError->description() : "no error");
 }
 
 TEST(SimulationEnvironment, AManagerAnswersFromTheShippedFileOnTheTransportThread) {

@@ -172,7 +172,10 @@ TEST(ToolFailures, HaveOneLineMessagesAndDocumentedStatuses) {
         {{"sign-up", "--profile", missing.string()}, 2, "cannot read profile file"},
         {{"sign-up", "--profile", invalid.string()}, 2, "is not valid JSON"},
         {{"--simulation-file", missing.string(), "loyalty"}, 2, "does not exist"},
-        {{"--env", "live", "loyalty"}, 2, "the live environment needs --service-url"},
+        {{"--env", "live", "loyalty"}, 2, "the live environment needs --app-id and --app-key"},
+        {{"--env", "live", "--app-id", "a", "--app-key", "k", "loyalty"},
+         2,
+         "the live environment needs --service-url"},
         {{"authenticate", "nobody"}, 3, "authenticate \"nobody\" failed: 404"},
         {{"--user", "jdoe", "offer-code", "NOPE"}, 3, "This offer is not valid any more"},
     };
@@ -187,8 +190,8 @@ TEST(ToolFailures, HaveOneLineMessagesAndDocumentedStatuses) {
 
 TEST(ToolFailures, ALiveServiceThatIsNotThereIsATransportError) {
     // Port 9 on loopback (discard) has no listener here: the connection is refused at once.
-    const ToolRun run = runTool({"--env", "live", "--service-url", "http://127.0.0.1:9/", "--timeout-ms", "2000",
-                                 "--consumer-id", "1", "loyalty"});
+    const ToolRun run = runTool({"--env", "live", "--service-url", "http://127.0.0.1:9/", "--app-id", "a", "--app-key",
+                                 "k", "--timeout-ms", "2000", "--consumer-id", "1", "loyalty"});
     EXPECT_EQ(run.status, 3) << run.err;
     EXPECT_NE(run.err.find("loyalty failed"), std::string::npos) << run.err;
 }

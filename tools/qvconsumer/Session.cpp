@@ -27,14 +27,19 @@ Session::Session(const GlobalOptions& options) : options_(options) {
         throw Failure(ExitUsage, "unknown environment \"" + options.environment + "\" (use simulation or live)");
     }
 
+    if (environment == QVCEnvironmentLive && (!options.appID || !options.appKey)) {
+        throw Failure(
+            ExitUsage,
+            "the live environment needs --app-id and --app-key (or QVCONSUMER_APP_ID and QVCONSUMER_APP_KEY)");
+    }
     auto company = std::make_shared<QVCCompanyInfo>();
     company->companyID = options.companyID;
     std::string refusal;
-    manager_ =
-        QVConsumerManager::initWithAppID(options.appID, options.appKey, company, options.consumerID, environment,
-                                         [&](bool, const std::shared_ptr<QVCErrorResponse>& error, std::exception_ptr) {
-                                             refusal = error ? error->description() : "";
-                                         });
+    manager_ = QVConsumerManager::initWithAppID(
+        options.appID.value_or("qvconsumer-cli"), options.appKey.value_or("simulation"), company, options.consumerID,
+        environment, [&](bool, const std::shared_ptr<QVCErrorResponse>& error, std::exception_ptr) {
+            refusal = error ? error->description() : "";
+        });
     if (!manager_) {
         throw Failure(ExitUsage, refusal.empty() ? "the platform refused the configuration" : refusal);
     }

@@ -16,8 +16,9 @@
 struct GlobalOptions {
     std::string environment = "simulation";
     std::optional<std::string> serviceURL;
-    std::string appID = "qvconsumer-cli";
-    std::string appKey = "simulation";
+    /// Required in the live environment; the simulation accepts any.
+    std::optional<std::string> appID;
+    std::optional<std::string> appKey;
     std::int64_t companyID = 1;
     std::int64_t facilityID = 1;
     std::optional<std::string> consumerID;

@@ -44,8 +44,8 @@ int main(int argc, char** argv) {
         ->capture_default_str();
     app.add_option("--service-url", options.serviceURL, "service root URL for the live environment")
         ->envname("QVCONSUMER_SERVICE_URL");
-    app.add_option("--app-id", options.appID, "application id")->envname("QVCONSUMER_APP_ID")->capture_default_str();
-    app.add_option("--app-key", options.appKey, "application key")->envname("QVCONSUMER_APP_KEY");
+    app.add_option("--app-id", options.appID, "application id (live)")->envname("QVCONSUMER_APP_ID");
+    app.add_option("--app-key", options.appKey, "application key (live)")->envname("QVCONSUMER_APP_KEY");
     app.add_option("--company-id", options.companyID, "company id")->capture_default_str();
     app.add_option("--facility-id", options.facilityID, "facility id")->capture_default_str();
     app.add_option("--consumer-id", options.consumerID, "act for this consumer id");
