@@ -188,6 +188,28 @@ TEST(ToolFailures, HaveOneLineMessagesAndDocumentedStatuses) {
     fs::remove(invalid);
 }
 
+TEST(ToolFailures, ReportsLibraryExceptionsAndMissingAnswers) {
+    // The update document needs every name: an absent first name raises while it is built.
+    fs::path profile = fs::temp_directory_path() / ("qvc-null-name-" + std::to_string(::getpid()) + ".json");
+    std::ofstream(profile) << R"({"firstName": null})";
+    const ToolRun raised = runTool({"--user", "jdoe", "update-profile", "--profile", profile.string()});
+    EXPECT_EQ(raised.status, 4) << raised.err;
+    EXPECT_NE(raised.err.find("attempt to insert an absent value for key \"firstName\""), std::string::npos)
+        << raised.err;
+    fs::remove(profile);
+
+    // An offer detail answer that is not one offer document calls no completion.
+    fs::path silent = fs::temp_directory_path() / ("qvc-silent-" + std::to_string(::getpid()) + ".json");
+    std::ofstream(silent)
+        << R"({"entries": [{"method": "GET", "path": "lqsapi/consumers/v1/consumers/{id}/offers/{offer}",
+                                              "answer": {"body": []}}]})";
+    const ToolRun waited =
+        runTool({"--simulation-file", silent.string(), "--timeout-ms", "300", "--consumer-id", "1", "offer", "7"});
+    EXPECT_EQ(waited.status, 5) << waited.err;
+    EXPECT_NE(waited.err.find("offer \"7\": no answer within 300 ms"), std::string::npos) << waited.err;
+    fs::remove(silent);
+}
+
 TEST(ToolFailures, ALiveServiceThatIsNotThereIsATransportError) {
     // Port 9 on loopback (discard) has no listener here: the connection is refused at once.
     const ToolRun run = runTool({"--env", "live", "--service-url", "http://127.0.0.1:9/", "--app-id", "a", "--app-key",

@@ -7,9 +7,14 @@
 
 namespace {
 
-/// How long one request may take at most: every attempt, with back-off between
-/// attempts, plus a margin. Operations that make two requests wait twice that.
-std::chrono::milliseconds requestLimit(const QVCPlatformConfiguration& configuration) {
+/// How long the tool waits for an operation's completion. Live: every attempt
+/// of each of up to two requests (redemption makes two), with back-off between
+/// attempts, plus a margin. The simulation answers at once and never retries:
+/// the time limit alone.
+std::chrono::milliseconds waitLimit(const QVCPlatformConfiguration& configuration, bool live) {
+    if (!live) {
+        return std::chrono::milliseconds(configuration.totalTimeoutMs);
+    }
     long attempts = configuration.maxRetries + 1;
     long perRequest = configuration.totalTimeoutMs * attempts + configuration.retryMaxDelayMs * (attempts - 1);
     return std::chrono::milliseconds(2 * perRequest + 2000);
@@ -64,7 +69,7 @@ Session::Session(const GlobalOptions& options) : options_(options) {
         }
     }
     manager_->setPlatformConfiguration(configuration);
-    waitLimit_ = requestLimit(configuration);
+    waitLimit_ = waitLimit(configuration, environment == QVCEnvironmentLive);
 
     if (options.simulationFile) {
         std::error_code error;
