@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# Installs what is needed, then builds and runs every test: once as is, once
-# under AddressSanitizer and UndefinedBehaviorSanitizer; runs the transport
-# tests under ThreadSanitizer; and checks formatting.
+# Installs what is needed, checks formatting, then builds and runs every test:
+# once as is (and builds a host program against the installed library), once
+# under AddressSanitizer and UndefinedBehaviorSanitizer, and the transport
+# tests under ThreadSanitizer.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -26,7 +27,16 @@ run_suite() {
   ctest --test-dir "$dir" --output-on-failure -j "$jobs" "${select[@]}"
 }
 
-run_suite build/test
+install_dir="$PWD/build/install"
+run_suite build/test "-DCMAKE_INSTALL_PREFIX=$install_dir"
+
+# A host program built with find_package against the installed library,
+# answered by the simulation file installed beside it.
+echo "== installed library"
+cmake --install build/test >/dev/null
+cmake -S examples/installed -B build/installed-example -DCMAKE_PREFIX_PATH="$install_dir" >/dev/null
+cmake --build build/installed-example -j "$jobs" >/dev/null
+env -u QVCONSUMER_RESOURCE_DIR build/installed-example/list_offers
 run_suite build/asan "-DQVC_SANITIZE=address;undefined"
 # The transports run their own threads: check them for data races.
 run_suite build/tsan "-DQVC_SANITIZE=thread" -- \
