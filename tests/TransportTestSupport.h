@@ -8,6 +8,7 @@
 #include <thread>
 #include <vector>
 
+#include "TestSupport.h"
 #include "platform/QVCWebServiceHandler.h"
 
 /// Collects the answers a transport delivers, with the thread each came on,
