@@ -295,18 +295,16 @@ TEST_F(HTTPTransport, CompletesTwoHundredConcurrentRequestsOnceEachOnOneThread) 
     auto transport = handler();
     std::mutex mutex;
     std::map<int, int> calls;
-    std::set<std::thread::id> threads;
     AnswerCollector collector;
     auto collect = collector.completion();
     for (int i = 0; i < 200; ++i) {
-        transport->requestWithPath("item/" + std::to_string(i), 0, "consumers", std::nullopt, std::nullopt, 0,
-                                   std::nullopt, [&, i, collect](const QVCResponse& response) {
-                                       {
-                                           std::lock_guard<std::mutex> lock(mutex);
-                                           calls[i] += response.body() && (*response.body())["i"] == i ? 1 : 100;
-                                       }
-                                       collect(response);
-                                   });
+        sendGet(*transport, "item/" + std::to_string(i), std::nullopt, [&, i, collect](const QVCResponse& response) {
+            {
+                std::lock_guard<std::mutex> lock(mutex);
+                calls[i] += response.body() && (*response.body())["i"] == i ? 1 : 100;
+            }
+            collect(response);
+        });
     }
     ASSERT_TRUE(collector.waitFor(200, 20s));
     std::this_thread::sleep_for(50ms);  // a second call of any completion would show now
@@ -326,8 +324,7 @@ TEST_F(HTTPTransport, DestructionCancelsRequestsInFlightOnceEach) {
     AnswerCollector collector;
     auto transport = handler();
     for (int i = 0; i < 5; ++i) {
-        transport->requestWithPath("slow", 0, "consumers", std::nullopt, std::nullopt, 0, std::nullopt,
-                                   collector.completion());
+        sendGet(*transport, "slow", std::nullopt, collector.completion());
     }
     std::this_thread::sleep_for(100ms);
     auto started = std::chrono::steady_clock::now();
@@ -386,7 +383,7 @@ TEST(PlatformConfiguration, LaysTheEnvironmentOverTheGivenSettingsAndNamesBadVal
 
     QVCHTTPWebServiceHandler transport(overlaid, "a", "k");
     AnswerCollector collector;
-    transport.requestWithPath("x", 0, "consumers", std::nullopt, std::nullopt, 0, std::nullopt, collector.completion());
+    sendGet(transport, "x", std::nullopt, collector.completion());
     EXPECT_THAT(describe(collector.single()), HasSubstr("QVCONSUMER_MAX_RETRIES must be a whole number"));
 }
 

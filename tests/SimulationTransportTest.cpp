@@ -180,8 +180,7 @@ TEST(SimulationTransport, AnswersOnItsOwnThreadOneAtATime) {
     {
         QVCSimulationWebServiceHandler handler;
         for (int i = 0; i < 20; ++i) {
-            handler.requestWithPath("a/" + std::to_string(i), 0, "consumers", std::nullopt, std::nullopt, 0,
-                                    file.path(), collector.completion());
+            sendGet(handler, "a/" + std::to_string(i), file.path(), collector.completion());
         }
         handler.requestWithPath("b", 1, "consumers", std::nullopt, QVCJSON::object(), 0, file.path(),
                                 collector.completion());
@@ -214,7 +213,7 @@ TEST(SimulationTransport, ReportsAMissingUnreadableOrInvalidFile) {
     QVCSimulationWebServiceHandler handler;
     for (const auto& c : cases) {
         AnswerCollector collector;
-        handler.requestWithPath("a", 0, "consumers", std::nullopt, std::nullopt, 0, c.path, collector.completion());
+        sendGet(handler, "a", c.path, collector.completion());
         QVCResponse answer = collector.single();
         EXPECT_THAT(describe(answer), HasSubstr(c.expected));
     }
@@ -226,7 +225,7 @@ TEST(SimulationTransport, LoadsAFileOnceAndReloadsWhenAnotherIsNamed) {
     QVCSimulationWebServiceHandler handler;
     auto ask = [&](const std::string& path) {
         AnswerCollector collector;
-        handler.requestWithPath("a", 0, "consumers", std::nullopt, std::nullopt, 0, path, collector.completion());
+        sendGet(handler, "a", path, collector.completion());
         auto answer = collector.single();
         return answer.body() ? answer.body()->get<std::string>() : describe(answer);
     };
@@ -242,7 +241,7 @@ TEST(SimulationTransport, MayBeReleasedFromItsOwnAnswer) {
     SimulationFileOnDisk file(documentOf({entry("GET", "a", 1)}));
     auto handler = std::make_shared<QVCSimulationWebServiceHandler>();
     std::promise<void> released;
-    handler->requestWithPath("a", 0, "consumers", std::nullopt, std::nullopt, 0, file.path(), [&](const QVCResponse&) {
+    sendGet(*handler, "a", file.path(), [&](const QVCResponse&) {
         handler.reset();
         released.set_value();
     });
@@ -260,11 +259,9 @@ TEST(SimulationTransport, DestructionCancelsWaitingRequestsOnceEach) {
     {
         auto handler = std::make_unique<QVCSimulationWebServiceHandler>();
         // The first answer blocks the handler's thread until the handler is being destroyed.
-        handler->requestWithPath("a", 0, "consumers", std::nullopt, std::nullopt, 0, file.path(),
-                                 [&](const QVCResponse&) { std::lock_guard<std::mutex> wait(gate); });
+        sendGet(*handler, "a", file.path(), [&](const QVCResponse&) { std::lock_guard<std::mutex> wait(gate); });
         for (int i = 0; i < 5; ++i) {
-            handler->requestWithPath("a", 0, "consumers", std::nullopt, std::nullopt, 0, file.path(),
-                                     collector.completion());
+            sendGet(*handler, "a", file.path(), collector.completion());
         }
         destroyer = std::thread([h = std::move(handler)]() mutable { h.reset(); });
         std::this_thread::sleep_for(std::chrono::milliseconds(50));

@@ -60,6 +60,13 @@ inline QVCErrorResponse::Kind kindOf(const QVCResponse& response) {
     return response.error() ? response.error()->kind() : QVCErrorResponse::Kind::General;
 }
 
+/// Sends a GET of path for the consumers context, without headers or body,
+/// with simulateFile as the simulation file.
+inline void sendGet(QVCWebServiceHandler& handler, const std::string& path,
+                    const std::optional<std::string>& simulateFile, QVCResponseCompletion completion) {
+    handler.requestWithPath(path, 0, "consumers", std::nullopt, std::nullopt, 0, simulateFile, std::move(completion));
+}
+
 inline std::string describe(const QVCResponse& response) {
     return response.error() ? response.error()->description() : std::string("(no error)");
 }
