@@ -59,7 +59,7 @@ TEST(ConsumerReaderTest, MalformedBranchesRaiseNamingTheValue) {
          "cannot take element 0 of contactList: it holds 0 elements"},
     };
     for (const auto& [document, message] : cases) {
-        EXPECT_EQ(qvcMessage(raised([&] { read(document); })), message) << document.dump();
+        EXPECT_EQ(messageOf([&] { read(document); }), message) << document.dump();
     }
 }
 

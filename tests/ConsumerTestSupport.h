@@ -1,61 +1,19 @@
 #pragma once
 
-#include <exception>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "QVConsumer/QVCConsumerInfo.h"
-#include "QVConsumer/QVCException.h"
 #include "TestSupport.h"
 
-/// What a ConsumerCompletion was called with, and how often.
-struct ConsumerResult {
-    int calls = 0;
-    std::shared_ptr<QVCConsumerInfo> consumer;
-    QVConsumerManager::Error error;
-    std::exception_ptr exception;
-
-    QVConsumerManager::ConsumerCompletion completion() {
-        return [this](std::shared_ptr<QVCConsumerInfo> c, QVConsumerManager::Error e, std::exception_ptr x) {
-            ++calls;
-            consumer = std::move(c);
-            error = std::move(e);
-            exception = x;
-        };
-    }
-};
+using ConsumerResult = Record<QVConsumerManager::ConsumerCompletion>;
 
 /// Texts that may be absent, side by side, to compare several in one expectation.
 template <typename... Text>
 std::vector<std::optional<std::string>> texts(const Text&... text) {
     return {std::optional<std::string>(text)...};
-}
-
-/// The message of the QVCException held by exception, or a text saying why there is none.
-inline std::string qvcMessage(std::exception_ptr exception) {
-    if (!exception) {
-        return "no exception";
-    }
-    try {
-        std::rethrow_exception(exception);
-    } catch (const QVCException& caught) {
-        return caught.what();
-    } catch (...) {
-        return "not a QVCException";
-    }
-}
-
-/// The exception that call raises; null when it raises none.
-template <typename Call>
-std::exception_ptr raised(const Call& call) {
-    try {
-        call();
-    } catch (...) {
-        return std::current_exception();
-    }
-    return nullptr;
 }
 
 /// A consumer built with defaults and the names that a form must fill.

@@ -171,21 +171,21 @@ TEST_F(HTTPTransport, MapsAnswersAndFailuresToResponses) {
 
     QVCResponse html = ask("html");
     EXPECT_EQ(kindOf(html), Kind::Transport);
-    EXPECT_NE(describe(html).find("GET html: answer is not JSON"), std::string::npos) << describe(html);
+    EXPECT_THAT(describe(html), HasSubstr("GET html: answer is not JSON"));
 
     QVCResponse missing = ask("missing");
     EXPECT_EQ(kindOf(missing), Kind::HTTPStatus);
     EXPECT_EQ(missing.error()->httpStatus(), 404);
-    EXPECT_NE(describe(missing).find("no such consumer"), std::string::npos) << describe(missing);
+    EXPECT_THAT(describe(missing), HasSubstr("no such consumer"));
     ASSERT_TRUE(missing.objectForKey("httpResponseCode")) << "error bodies are parsed too";
     EXPECT_EQ(*missing.objectForKey("httpResponseCode"), 404);
 
     QVCResponse down = ask("down");
     EXPECT_EQ(down.error()->httpStatus(), 500);
-    EXPECT_NE(describe(down).find("database down"), std::string::npos) << describe(down);
+    EXPECT_THAT(describe(down), HasSubstr("database down"));
     EXPECT_FALSE(down.body());
     for (const auto& response : {html, missing, down}) {
-        EXPECT_EQ(describe(response).find("secret-key-42"), std::string::npos);
+        EXPECT_THAT(describe(response), Not(HasSubstr("secret-key-42")));
     }
 }
 
@@ -214,7 +214,7 @@ TEST_F(HTTPTransport, CapsTheAnswerSizeWhileReceiving) {
     for (const char* path : {"big", "bigstream"}) {
         QVCResponse response = ask(path);
         EXPECT_EQ(kindOf(response), Kind::Transport) << path;
-        EXPECT_NE(describe(response).find("answer larger than 1000 bytes"), std::string::npos) << describe(response);
+        EXPECT_THAT(describe(response), HasSubstr("answer larger than 1000 bytes"));
     }
 }
 
@@ -223,11 +223,11 @@ TEST_F(HTTPTransport, TimesOutAndReportsAnUnknownOutcomeForASentPost) {
     configuration.maxRetries = 0;
     QVCResponse read = ask("slow");
     EXPECT_EQ(kindOf(read), Kind::Timeout);
-    EXPECT_NE(describe(read).find("timed out after 250 ms"), std::string::npos) << describe(read);
+    EXPECT_THAT(describe(read), HasSubstr("timed out after 250 ms"));
 
     QVCResponse sent = ask("slow", 1, QVCJSON{{"amount", "12.00"}});
     EXPECT_EQ(kindOf(sent), Kind::OutcomeUnknown);
-    EXPECT_NE(describe(sent).find("may have reached the service"), std::string::npos) << describe(sent);
+    EXPECT_THAT(describe(sent), HasSubstr("may have reached the service"));
 }
 
 TEST_F(HTTPTransport, ReportsConnectionRefused) {
@@ -241,7 +241,7 @@ TEST_F(HTTPTransport, ReportsConnectionRefused) {
     for (std::int64_t method : {0, 1}) {
         QVCResponse response = ask("ok", method, QVCJSON::object());
         EXPECT_EQ(kindOf(response), Kind::Transport);
-        EXPECT_NE(describe(response).find("connection refused"), std::string::npos) << describe(response);
+        EXPECT_THAT(describe(response), HasSubstr("connection refused"));
     }
 }
 
@@ -295,18 +295,16 @@ TEST_F(HTTPTransport, CompletesTwoHundredConcurrentRequestsOnceEachOnOneThread) 
     auto transport = handler();
     std::mutex mutex;
     std::map<int, int> calls;
-    std::set<std::thread::id> threads;
     AnswerCollector collector;
     auto collect = collector.completion();
     for (int i = 0; i < 200; ++i) {
-        transport->requestWithPath("item/" + std::to_string(i), 0, "consumers", std::nullopt, std::nullopt, 0,
-                                   std::nullopt, [&, i, collect](const QVCResponse& response) {
-                                       {
-                                           std::lock_guard<std::mutex> lock(mutex);
-                                           calls[i] += response.body() && (*response.body())["i"] == i ? 1 : 100;
-                                       }
-                                       collect(response);
-                                   });
+        sendGet(*transport, "item/" + std::to_string(i), std::nullopt, [&, i, collect](const QVCResponse& response) {
+            {
+                std::lock_guard<std::mutex> lock(mutex);
+                calls[i] += response.body() && (*response.body())["i"] == i ? 1 : 100;
+            }
+            collect(response);
+        });
     }
     ASSERT_TRUE(collector.waitFor(200, 20s));
     std::this_thread::sleep_for(50ms);  // a second call of any completion would show now
@@ -326,8 +324,7 @@ TEST_F(HTTPTransport, DestructionCancelsRequestsInFlightOnceEach) {
     AnswerCollector collector;
     auto transport = handler();
     for (int i = 0; i < 5; ++i) {
-        transport->requestWithPath("slow", 0, "consumers", std::nullopt, std::nullopt, 0, std::nullopt,
-                                   collector.completion());
+        sendGet(*transport, "slow", std::nullopt, collector.completion());
     }
     std::this_thread::sleep_for(100ms);
     auto started = std::chrono::steady_clock::now();
@@ -337,7 +334,7 @@ TEST_F(HTTPTransport, DestructionCancelsRequestsInFlightOnceEach) {
     ASSERT_EQ(answers.size(), 5u);
     for (const auto& answer : answers) {
         EXPECT_EQ(kindOf(answer), Kind::Cancelled);
-        EXPECT_NE(describe(answer).find("GET slow: cancelled"), std::string::npos);
+        EXPECT_THAT(describe(answer), HasSubstr("GET slow: cancelled"));
     }
 }
 
@@ -358,38 +355,36 @@ TEST_F(HTTPTransport, RefusesUnsafeOrMissingConfigurationWithoutSending) {
         configuration.allowPlainHTTP = c.allowPlainHTTP;
         QVCResponse response = ask("ok");
         EXPECT_EQ(kindOf(response), Kind::General) << c.root;
-        EXPECT_NE(describe(response).find(c.expected), std::string::npos) << describe(response);
+        EXPECT_THAT(describe(response), HasSubstr(c.expected));
     }
     configuration.serviceRootURL = server.root();
     QVCResponse badMethod = ask("ok", 2);
-    EXPECT_NE(describe(badMethod).find("unknown httpMethod"), std::string::npos);
+    EXPECT_THAT(describe(badMethod), HasSubstr("unknown httpMethod"));
     EXPECT_EQ(server.count("/ok"), 0);
 }
 
 TEST(PlatformConfiguration, LaysTheEnvironmentOverTheGivenSettingsAndNamesBadValues) {
     QVCPlatformConfiguration base;
     base.totalTimeoutMs = 1234;
-    ::setenv("QVCONSUMER_SERVICE_URL", "https://service.test/root", 1);
-    ::setenv("QVCONSUMER_CONNECT_TIMEOUT_MS", "250", 1);
-    ::setenv("QVCONSUMER_ALLOW_PLAIN_HTTP", "yes", 1);
-    ::setenv("QVCONSUMER_MAX_RETRIES", "-1", 1);
-    auto overlaid = QVCPlatformConfiguration::fromEnvironment(base);
-    ::unsetenv("QVCONSUMER_SERVICE_URL");
-    ::unsetenv("QVCONSUMER_CONNECT_TIMEOUT_MS");
-    ::unsetenv("QVCONSUMER_ALLOW_PLAIN_HTTP");
-    ::unsetenv("QVCONSUMER_MAX_RETRIES");
+    QVCPlatformConfiguration overlaid;
+    {
+        ScopedEnvironment url("QVCONSUMER_SERVICE_URL", "https://service.test/root"),
+            connect("QVCONSUMER_CONNECT_TIMEOUT_MS", "250"), plain("QVCONSUMER_ALLOW_PLAIN_HTTP", "yes"),
+            retries("QVCONSUMER_MAX_RETRIES", "-1");
+        overlaid = QVCPlatformConfiguration::fromEnvironment(base);
+    }
     EXPECT_EQ(overlaid.serviceRootURL, "https://service.test/root");
     EXPECT_EQ(overlaid.connectTimeoutMs, 250);
     EXPECT_EQ(overlaid.totalTimeoutMs, 1234) << "unset variables keep the given value";
     EXPECT_TRUE(overlaid.allowPlainHTTP);
     EXPECT_EQ(overlaid.maxRetries, 2);
     ASSERT_EQ(overlaid.problems.size(), 1u);
-    EXPECT_NE(overlaid.problems[0].find("QVCONSUMER_MAX_RETRIES"), std::string::npos);
+    EXPECT_THAT(overlaid.problems[0], HasSubstr("QVCONSUMER_MAX_RETRIES"));
 
     QVCHTTPWebServiceHandler transport(overlaid, "a", "k");
     AnswerCollector collector;
-    transport.requestWithPath("x", 0, "consumers", std::nullopt, std::nullopt, 0, std::nullopt, collector.completion());
-    EXPECT_NE(describe(collector.single()).find("QVCONSUMER_MAX_RETRIES must be a whole number"), std::string::npos);
+    sendGet(transport, "x", std::nullopt, collector.completion());
+    EXPECT_THAT(describe(collector.single()), HasSubstr("QVCONSUMER_MAX_RETRIES must be a whole number"));
 }
 
 TEST_F(HTTPTransport, ALiveManagerSendsTheLibrarysExactRequest) {

@@ -12,44 +12,15 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// A fresh, empty folder under the system's temporary folder, removed at the end.
-class TemporaryFolder {
-public:
-    TemporaryFolder()
-        : path_(fs::temp_directory_path() /
-                ("qvc-test-" + std::to_string(::getpid()) + "-" + std::to_string(counter()++))) {
-        fs::create_directories(path_);
-    }
-    ~TemporaryFolder() { fs::remove_all(path_); }
-    const fs::path& path() const { return path_; }
-
-private:
-    static int& counter() {
-        static int next = 0;
-        return next;
-    }
-    fs::path path_;
-};
-
-std::shared_ptr<QVConsumerManager> makePlainManager() {
-    return QVConsumerManager::initWithAppID("app", "key", std::make_shared<QVCCompanyInfo>(), "1",
-                                            QVCEnvironmentSimulation, nullptr);
-}
-
 TEST(ManagerConstruction, StartsWithEmptyLoyaltyAndKeepsTheBaseState) {
     auto company = std::make_shared<QVCCompanyInfo>();
     company->companyID = 9;
-    int initCalls = 0;
-    auto manager = QVConsumerManager::initWithAppID(
-        "app", "key", company, "77", QVCEnvironmentLive,
-        [&](bool success, QVConsumerManager::Error error, std::exception_ptr exception) {
-            ++initCalls;
-            EXPECT_TRUE(success);
-            EXPECT_FALSE(error);
-            EXPECT_FALSE(exception);
-        });
+    Record<QVConsumerManager::StatusCompletion> init;
+    auto manager = QVConsumerManager::initWithAppID("app", "key", company, "77", QVCEnvironmentLive, init.completion());
     ASSERT_TRUE(manager);
-    EXPECT_EQ(initCalls, 1);
+    EXPECT_EQ(init.calls, 1);
+    EXPECT_TRUE(init.get<0>());
+    EXPECT_FALSE(init.error() || init.exception());
     EXPECT_EQ(manager->loyalty(), std::optional<std::string>(""));
     EXPECT_EQ(manager->consumerID(), std::optional<std::string>("77"));
     EXPECT_EQ(manager->companyInfo(), company);
@@ -76,14 +47,14 @@ TEST(ManagerConstruction, FindsTheSimulationFileInTheChosenFolder) {
     TemporaryFolder folder;
     std::ofstream(folder.path() / "QVConsumerSimulate.json") << "[]";
     ScopedEnvironment chosen(QVCBundle::resourceDirVariable, folder.path().string());
-    auto manager = makePlainManager();
+    auto manager = makeSimulationManager("1");
     EXPECT_EQ(manager->simulatePath(), (folder.path() / "QVConsumerSimulate.json").string());
 }
 
 TEST(ManagerConstruction, AMissingSimulationFileLeavesNoPathAndRequestsCarryNone) {
     TemporaryFolder empty;
     ScopedEnvironment chosen(QVCBundle::resourceDirVariable, empty.path().string());
-    auto manager = makePlainManager();
+    auto manager = makeSimulationManager("1");
     EXPECT_FALSE(manager->simulatePath());
 
     auto handler = std::make_shared<QVCScriptedWebServiceHandler>();
@@ -102,14 +73,12 @@ TEST(ManagerConstruction, AFolderNamedLikeTheFileIsNotTheFile) {
 TEST(ManagerConstruction, WithoutAnInjectedHandlerRequestsGetAnErrorNotACrash) {
     // An environment the platform has no transport for answers at once with an error naming the request.
     auto manager = QVConsumerManager::initWithAppID("app", "key", std::make_shared<QVCCompanyInfo>(), "1", 99, nullptr);
-    int calls = 0;
-    manager->setPushDeviceToken("t", [&](bool success, QVConsumerManager::Error error, std::exception_ptr) {
-        ++calls;
-        EXPECT_FALSE(success);
-        ASSERT_TRUE(error);
-        EXPECT_NE(error->description().find("lqsapi/consumers/v1/consumer/1/device"), std::string::npos);
-    });
-    EXPECT_EQ(calls, 1);
+    Record<QVConsumerManager::PushCompletion> result;
+    manager->setPushDeviceToken("t", result.completion());
+    EXPECT_EQ(result.calls, 1);
+    EXPECT_FALSE(result.get<0>());
+    ASSERT_TRUE(result.error());
+    EXPECT_THAT(result.error()->description(), HasSubstr("lqsapi/consumers/v1/consumer/1/device"));
 }
 
 TEST(PathConstants, HoldTheServicePaths) {
@@ -126,7 +95,7 @@ TEST(PathConstants, HoldTheServicePaths) {
 }
 
 TEST(ConsumerIdentity, SetConsumerIDReportsOnceAndCanBeRefused) {
-    auto manager = makePlainManager();
+    auto manager = makeSimulationManager("1");
     std::vector<bool> outcomes;
     auto record = [&](bool success, QVConsumerManager::Error error, std::exception_ptr) {
         outcomes.push_back(success);

@@ -23,16 +23,6 @@ QVCJSON with(const char* key, QVCJSON value) {
     return document;
 }
 
-/// The message of the QVCException that reading document raises; "" when it raises none.
-std::string readingFailure(const QVCJSON& document) {
-    try {
-        QVCMasterData::initWithResponse(document);
-    } catch (const QVCException& exception) {
-        return exception.what();
-    }
-    return "";
-}
-
 struct Row {
     bool active;
     std::optional<std::string> description;
@@ -51,18 +41,7 @@ void expectRows(const QVCMasterData::MasterTypes& types, const std::vector<Row>&
     }
 }
 
-struct MasterDataResult {
-    int calls = 0;
-    std::shared_ptr<QVCMasterData> data;
-    QVConsumerManager::Error error;
-    std::exception_ptr exception;
-};
-
-QVConsumerManager::MasterDataCompletion recordInto(MasterDataResult& result) {
-    return [&result](std::shared_ptr<QVCMasterData> data, QVConsumerManager::Error error, std::exception_ptr thrown) {
-        result = {result.calls + 1, std::move(data), std::move(error), thrown};
-    };
-}
+using MasterDataResult = Record<QVConsumerManager::MasterDataCompletion>;
 
 using MasterDataRetrievalTest = ManagerTest;
 QVC_INSTANTIATE_FOR_BOTH_DELIVERIES(MasterDataRetrievalTest);
@@ -70,7 +49,7 @@ QVC_INSTANTIATE_FOR_BOTH_DELIVERIES(MasterDataRetrievalTest);
 TEST_P(MasterDataRetrievalTest, ReadsEveryListOfARealisticDocumentInOrder) {
     handler->answerWithBody({{"consumerRs", realisticDocument()}});
     MasterDataResult result;
-    manager->getMasterDataWithCompletionWithCompletion(recordInto(result));
+    manager->getMasterDataWithCompletionWithCompletion(result.completion());
     deliver();
 
     const auto request = handler->lastRequest();
@@ -81,9 +60,9 @@ TEST_P(MasterDataRetrievalTest, ReadsEveryListOfARealisticDocumentInOrder) {
     EXPECT_FALSE(request.headers || request.body);
     EXPECT_EQ(request.simulateFilePath, manager->simulatePath());
     ASSERT_EQ(result.calls, 1);
-    EXPECT_FALSE(result.error || result.exception);
-    ASSERT_TRUE(result.data);
-    const QVCMasterData& data = *result.data;
+    EXPECT_FALSE(result.error() || result.exception());
+    ASSERT_TRUE(result.get<0>());
+    const QVCMasterData& data = *result.get<0>();
 
     // Texts give their leading digits, numbers are truncated; other values are kept as their "%@" text.
     expectRows(data.ageRangeTypes, {{true, "18-24", 1, 2}, {false, "25-34", 2, 1}, {true, "35", 3, 3}});
@@ -123,29 +102,21 @@ TEST_P(MasterDataRetrievalTest, AnswersOfAnotherShapeGiveTheResponseErrorAsItIs)
     handler->answerWith(QVCResponse(QVCJSON{{"other", realisticDocument()}}, {}, nullptr));
     MasterDataResult asArray;
     MasterDataResult withoutKey;
-    manager->getMasterDataWithCompletionWithCompletion(recordInto(asArray));
-    manager->getMasterDataWithCompletionWithCompletion(recordInto(withoutKey));
+    manager->getMasterDataWithCompletionWithCompletion(asArray.completion());
+    manager->getMasterDataWithCompletionWithCompletion(withoutKey.completion());
     deliver();
     EXPECT_EQ(asArray.calls + withoutKey.calls, 2);
-    EXPECT_EQ(asArray.error, serviceError);
-    EXPECT_FALSE(asArray.data || asArray.exception);
-    EXPECT_FALSE(withoutKey.data || withoutKey.error || withoutKey.exception);
+    EXPECT_EQ(asArray.error(), serviceError);
+    EXPECT_FALSE(asArray.get<0>() || asArray.exception());
+    EXPECT_FALSE(withoutKey.get<0>() || withoutKey.error() || withoutKey.exception());
 }
 
 TEST_P(MasterDataRetrievalTest, AMalformedDocumentRaisesWhereTheHandlerAnswers) {
     handler->answerWithBody({{"consumerRs", with("states", QVCJSON::object())}});
     MasterDataResult result;
-    manager->getMasterDataWithCompletionWithCompletion(recordInto(result));
-    if (GetParam() == QVCScriptedWebServiceHandler::Delivery::Immediate) {
-        // Answered inside the guarded request call: the guard reports it.
-        ASSERT_EQ(result.calls, 1);
-        EXPECT_FALSE(result.data || result.error);
-        EXPECT_THROW(std::rethrow_exception(result.exception), QVCException);
-    } else {
-        // Answered later: nothing guards the answer, so it reaches the handler's caller.
-        EXPECT_THROW(handler->releaseNext(), QVCException);
-        EXPECT_EQ(result.calls, 0);
-    }
+    manager->getMasterDataWithCompletionWithCompletion(result.completion());
+    expectAnswerException(result, "states is an object, not an array");
+    EXPECT_FALSE(result.get<0>() || result.error());
 }
 
 TEST(MasterDataReading, MissingListsAreEmptyAndGendersFixed) {
@@ -204,12 +175,12 @@ TEST(MasterDataReading, MalformedDocumentsRaiseNamingListIndexAndKey) {
     for (const Fault& fault : faults) {
         QVCJSON document = realisticDocument();
         document[QVCJSON::json_pointer(fault.where)] = fault.value;
-        EXPECT_EQ(readingFailure(document), fault.message) << fault.where;
+        EXPECT_EQ(messageOf([&] { QVCMasterData::initWithResponse(document); }), fault.message) << fault.where;
     }
     // The lists are read in a fixed order: the earlier list's fault is the one reported.
     QVCJSON document = with("occupationTypes", "x");
     document["consumerGroupTypes"] = {7};
-    EXPECT_EQ(readingFailure(document),
+    EXPECT_EQ(messageOf([&] { QVCMasterData::initWithResponse(document); }),
               "cannot read key \"activeFlag\" of consumerGroupTypes[0]: it is a number, not an object");
 }
 

@@ -59,14 +59,12 @@ TEST(OfferDocument, WrongShapesThrowNamingThePlace) {
     entry["offer"]["offerDetails"].erase("offerRules");
     EXPECT_EQ(messageOf([&] { QVCOffer::initWithResponse(entry); }),
               "cannot read the elements of offer.offerDetails.associatedProduct: it is a string, not an array");
-    EXPECT_EQ(messageOf([] {
-                  QVCReservationProduct::initWithResponse({{"categories", {1}}});
-              }),
+    auto productFailure = [](const QVCJSON& document) {
+        return messageOf([&] { QVCReservationProduct::initWithResponse(document); });
+    };
+    EXPECT_EQ(productFailure({{"categories", {1}}}),
               "cannot read key \"categorytId\" of categories[0]: it is a number, not an object");
-    EXPECT_EQ(messageOf([] {
-                  QVCReservationProduct::initWithResponse({{"taxable", nullptr}});
-              }),
-              "taxable is null and has no truth value");
+    EXPECT_EQ(productFailure({{"taxable", nullptr}}), "taxable is null and has no truth value");
 }
 
 TEST(ProductDocument, ReadsTheCatalogueFieldsWithTheirOddities) {
@@ -80,15 +78,10 @@ TEST(ProductDocument, ReadsTheCatalogueFieldsWithTheirOddities) {
     EXPECT_EQ(product->categories->at(0)->catagoryId, 5);
     EXPECT_EQ(product->categories->at(1)->catagoryId, 0);
     EXPECT_EQ(product->channels->at(0)->channelId, 2);
-    for (const auto& [value, taxable] : std::vector<std::pair<QVCJSON, bool>>{{true, true},
-                                                                              {0.5, true},
-                                                                              {0, false},
-                                                                              {"yes", true},
-                                                                              {"T", true},
-                                                                              {"N", false},
-                                                                              {"  -007", true},
-                                                                              {"00", false},
-                                                                              {"", false}}) {
+    const std::vector<std::pair<QVCJSON, bool>> taxables = {{true, true},     {0.5, true},   {0, false},
+                                                            {"yes", true},    {"T", true},   {"N", false},
+                                                            {"  -007", true}, {"00", false}, {"", false}};
+    for (const auto& [value, taxable] : taxables) {
         EXPECT_EQ(QVCReservationProduct::initWithResponse({{"taxable", value}})->taxable, taxable) << value.dump();
     }
 }

@@ -4,7 +4,7 @@
 
 namespace {
 
-using OfferQueriesTest = OffersTest;
+using OfferQueriesTest = ManagerTest;
 QVC_INSTANTIATE_FOR_BOTH_DELIVERIES(OfferQueriesTest);
 
 const std::string offersPath = "lqsapi/consumers/v1/consumers/1234/offers";

@@ -15,7 +15,7 @@ std::shared_ptr<QVCProduct> item(std::int64_t id, const Text& price, std::int64_
     return product;
 }
 
-class OfferValidationTest : public OffersTest {
+class OfferValidationTest : public ManagerTest {
 protected:
     /// Ten at 2 and five at 1: a total of 25.
     Products basket = {item(11, "10", 2), item(12, "5", 1)};

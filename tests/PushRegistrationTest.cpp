@@ -1,25 +1,10 @@
 #include <gtest/gtest.h>
 
-#include "QVConsumer/QVCException.h"
 #include "TestSupport.h"
 
 namespace {
 
-struct PushResult {
-    int calls = 0;
-    bool success = false;
-    QVConsumerManager::Error error;
-    std::exception_ptr exception;
-};
-
-QVConsumerManager::PushCompletion recordInto(PushResult& result) {
-    return [&result](bool success, QVConsumerManager::Error error, std::exception_ptr exception) {
-        ++result.calls;
-        result.success = success;
-        result.error = std::move(error);
-        result.exception = exception;
-    };
-}
+using PushResult = Record<QVConsumerManager::PushCompletion>;
 
 using PushRegistrationTest = ManagerTest;
 QVC_INSTANTIATE_FOR_BOTH_DELIVERIES(PushRegistrationTest);
@@ -28,7 +13,7 @@ TEST_P(PushRegistrationTest, SendsTheTokenForTheCurrentConsumer) {
     manager->setConsumerID("42", nullptr);
     handler->answerWithBody(QVCJSON::object());
     PushResult result;
-    manager->setPushDeviceToken("tok-1", recordInto(result));
+    manager->setPushDeviceToken("tok-1", result.completion());
     deliver();
 
     const auto request = handler->lastRequest();
@@ -44,18 +29,18 @@ TEST_P(PushRegistrationTest, SendsTheTokenForTheCurrentConsumer) {
     EXPECT_EQ(manager->pushDeviceToken(), QVCJSON("tok-1"));
 
     EXPECT_EQ(result.calls, 1);
-    EXPECT_TRUE(result.success);
-    EXPECT_FALSE(result.error);
-    EXPECT_FALSE(result.exception);
+    EXPECT_TRUE(result.get<0>());
+    EXPECT_FALSE(result.error());
+    EXPECT_FALSE(result.exception());
 }
 
 TEST_P(PushRegistrationTest, KeepsANumericTokenANumber) {
     handler->answerWithBody(QVCJSON::object());
     PushResult result;
-    manager->setPushDeviceToken(QVCJSON(123456), recordInto(result));
+    manager->setPushDeviceToken(QVCJSON(123456), result.completion());
     deliver();
     EXPECT_EQ(handler->lastRequest().body->at("deviceToken"), QVCJSON(123456));
-    EXPECT_TRUE(result.success);
+    EXPECT_TRUE(result.get<0>());
 }
 
 TEST_P(PushRegistrationTest, AnyAnswerWithoutErrorIsSuccessWhateverItsBody) {
@@ -63,11 +48,11 @@ TEST_P(PushRegistrationTest, AnyAnswerWithoutErrorIsSuccessWhateverItsBody) {
     handler->answerWith(QVCResponse(std::nullopt, {}, nullptr));
     PushResult first;
     PushResult second;
-    manager->setPushDeviceToken("t", recordInto(first));
-    manager->setPushDeviceToken("t", recordInto(second));
+    manager->setPushDeviceToken("t", first.completion());
+    manager->setPushDeviceToken("t", second.completion());
     deliver();
-    EXPECT_TRUE(first.success);
-    EXPECT_TRUE(second.success);
+    EXPECT_TRUE(first.get<0>());
+    EXPECT_TRUE(second.get<0>());
     EXPECT_EQ(first.calls + second.calls, 2);
 }
 
@@ -75,34 +60,29 @@ TEST_P(PushRegistrationTest, ReportsTheServiceErrorUnchanged) {
     auto serviceError = QVCErrorResponse::initWithErrorMessages({"device rejected"});
     handler->answerWith(QVCResponse(QVCJSON{{"consumerRs", 1}}, {}, serviceError));
     PushResult result;
-    manager->setPushDeviceToken("t", recordInto(result));
+    manager->setPushDeviceToken("t", result.completion());
     deliver();
     EXPECT_EQ(result.calls, 1);
-    EXPECT_FALSE(result.success);
-    EXPECT_EQ(result.error, serviceError);
-    EXPECT_FALSE(result.exception);
+    EXPECT_FALSE(result.get<0>());
+    EXPECT_EQ(result.error(), serviceError);
+    EXPECT_FALSE(result.exception());
 }
 
 TEST_P(PushRegistrationTest, AnAbsentTokenIsReportedAsAnExceptionWithoutRequest) {
     PushResult earlier;
-    manager->setPushDeviceToken("old", recordInto(earlier));
+    manager->setPushDeviceToken("old", earlier.completion());
     deliver();
     const auto sentBefore = handler->requestCount();
 
     PushResult result;
-    manager->setPushDeviceToken(std::nullopt, recordInto(result));
+    manager->setPushDeviceToken(std::nullopt, result.completion());
     deliver();
 
     EXPECT_EQ(handler->requestCount(), sentBefore);
     EXPECT_EQ(result.calls, 1);
-    EXPECT_FALSE(result.success);
-    EXPECT_FALSE(result.error);
-    ASSERT_TRUE(result.exception);
-    try {
-        std::rethrow_exception(result.exception);
-    } catch (const QVCException& exception) {
-        EXPECT_STREQ(exception.what(), "attempt to insert an absent value for key \"deviceToken\"");
-    }
+    EXPECT_FALSE(result.get<0>());
+    EXPECT_FALSE(result.error());
+    EXPECT_EQ(exceptionMessage(result.exception()), "attempt to insert an absent value for key \"deviceToken\"");
     // The platform was handed the absent token before the body failed.
     EXPECT_FALSE(manager->pushDeviceToken());
 }

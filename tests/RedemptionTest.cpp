@@ -6,7 +6,7 @@
 
 namespace {
 
-class RedemptionTest : public OffersTest {
+class RedemptionTest : public ManagerTest {
 protected:
     ScopedEnvironment utc{"TZ", "UTC"};
     /// 5 March 2024, 14:15:30 UTC.

@@ -18,6 +18,7 @@
 #include "QVConsumer/QVCPersonalInfo.h"
 #include "QVConsumer/QVCProduct.h"
 #include "QVConsumer/QVConsumerManager.h"
+#include "TestSupport.h"
 #include "platform/QVCEnvironment.h"
 
 namespace {
@@ -44,8 +45,7 @@ struct Awaiting<std::function<void(Args...)>> {
 
 class ShippedSimulation : public ::testing::Test {
 protected:
-    std::shared_ptr<Manager> manager = Manager::initWithAppID("app", "key", std::make_shared<QVCCompanyInfo>(), "1001",
-                                                              QVCEnvironmentSimulation, nullptr);
+    std::shared_ptr<Manager> manager = makeSimulationManager("1001");
 
     std::shared_ptr<QVCOffer> offerByCode(const std::string& code) {
         auto [offer, error, exception] =
@@ -146,17 +146,11 @@ TEST_F(ShippedSimulation, EveryListedOfferIsReachableByIdAndCodeAndCanBeUsed) {
 }
 
 TEST(SimulationEnvironment, AManagerAnswersFromTheShippedFileOnTheTransportThread) {
-    auto manager = QVConsumerManager::initWithAppID("app", "key", std::make_shared<QVCCompanyInfo>(), "1001",
-                                                    QVCEnvironmentSimulation, nullptr);
+    auto manager = makeSimulationManager("1001");
     ASSERT_TRUE(manager && manager->simulatePath());
     std::promise<std::string> hooked;
-    manager->setAnswerExceptionHook([&](std::exception_ptr exception) {
-        try {
-            std::rethrow_exception(exception);
-        } catch (const std::exception& error) {
-            hooked.set_value(error.what());
-        }
-    });
+    manager->setAnswerExceptionHook(
+        [&](std::exception_ptr exception) { hooked.set_value(exceptionMessage<std::exception>(exception)); });
     std::optional<bool> success;
     std::thread::id thread;
     manager->setPushDeviceToken("token", [&](bool ok, QVConsumerManager::Error error, std::exception_ptr) {

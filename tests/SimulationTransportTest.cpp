@@ -14,8 +14,6 @@
 
 namespace {
 
-namespace fs = std::filesystem;
-
 std::shared_ptr<QVCSimulationFile> fileWith(const std::vector<QVCJSON>& entries) {
     return QVCSimulationFile::fromDocument({{"entries", QVCJSON(entries)}}, "test");
 }
@@ -28,29 +26,19 @@ std::string documentOf(const std::vector<QVCJSON>& entries) {
     return QVCJSON{{"entries", QVCJSON(entries)}}.dump();
 }
 
-/// Writes text to a fresh file under the temporary folder; removed at the end.
+/// Writes text to a file in a fresh temporary folder; removed at the end.
 class SimulationFileOnDisk {
 public:
-    explicit SimulationFileOnDisk(const std::string& text)
-        : path_(fs::temp_directory_path() / ("qvc-sim-" + std::to_string(::getpid()) + "-" +
-                                             std::to_string(reinterpret_cast<std::uintptr_t>(this)) + ".json")) {
-        rewrite(text);
-    }
-    ~SimulationFileOnDisk() { fs::remove(path_); }
-    void rewrite(const std::string& text) { std::ofstream(path_) << text; }
-    std::string path() const { return path_.string(); }
+    explicit SimulationFileOnDisk(const std::string& text) { rewrite(text); }
+    void rewrite(const std::string& text) { std::ofstream(path()) << text; }
+    std::string path() const { return (folder_.path() / "simulation.json").string(); }
 
 private:
-    fs::path path_;
+    TemporaryFolder folder_;
 };
 
 std::string loaderMessage(const QVCJSON& document) {
-    try {
-        QVCSimulationFile::fromDocument(document, "test");
-    } catch (const QVCSimulationFile::Invalid& invalid) {
-        return invalid.what();
-    }
-    return "(accepted)";
+    return messageOf<QVCSimulationFile::Invalid>([&] { QVCSimulationFile::fromDocument(document, "test"); });
 }
 
 TEST(JSONParser, KeepsKindsOfEveryValue) {
@@ -133,7 +121,7 @@ TEST(SimulationAnswers, GiveStatusHeadersBodyAndAnErrorForFailureStatuses) {
 
     QVCResponse unknown = file->answer("GET", "nothing/here?x=1");
     EXPECT_EQ(kindOf(unknown), QVCErrorResponse::Kind::General);
-    EXPECT_NE(describe(unknown).find("GET nothing/here?x=1"), std::string::npos) << describe(unknown);
+    EXPECT_THAT(describe(unknown), HasSubstr("GET nothing/here?x=1"));
 }
 
 TEST(SimulationAnswers, SequencesRepeatTheLastOrCycle) {
@@ -180,11 +168,10 @@ TEST(SimulationLoader, RejectsMalformedFilesNamingEntryAndKey) {
         {with("answer", {{"bdy", 1}}), "entry 1, key \"answer.bdy\": is not a key of an answer"},
     };
     for (const auto& c : cases) {
-        std::string message = loaderMessage(c.document);
-        EXPECT_NE(message.find(c.expected), std::string::npos) << c.document.dump() << "\n  gave: " << message;
+        EXPECT_THAT(loaderMessage(c.document), HasSubstr(c.expected)) << c.document.dump();
     }
     QVCJSON emptyList = {{"entries", {{{"method", "GET"}, {"path", "a"}, {"answers", QVCJSON::array()}}}}};
-    EXPECT_NE(loaderMessage(emptyList).find("entry 0, key \"answers\": must be a non-empty array"), std::string::npos);
+    EXPECT_THAT(loaderMessage(emptyList), HasSubstr("entry 0, key \"answers\": must be a non-empty array"));
 }
 
 TEST(SimulationTransport, AnswersOnItsOwnThreadOneAtATime) {
@@ -193,8 +180,7 @@ TEST(SimulationTransport, AnswersOnItsOwnThreadOneAtATime) {
     {
         QVCSimulationWebServiceHandler handler;
         for (int i = 0; i < 20; ++i) {
-            handler.requestWithPath("a/" + std::to_string(i), 0, "consumers", std::nullopt, std::nullopt, 0,
-                                    file.path(), collector.completion());
+            sendGet(handler, "a/" + std::to_string(i), file.path(), collector.completion());
         }
         handler.requestWithPath("b", 1, "consumers", std::nullopt, QVCJSON::object(), 0, file.path(),
                                 collector.completion());
@@ -227,9 +213,9 @@ TEST(SimulationTransport, ReportsAMissingUnreadableOrInvalidFile) {
     QVCSimulationWebServiceHandler handler;
     for (const auto& c : cases) {
         AnswerCollector collector;
-        handler.requestWithPath("a", 0, "consumers", std::nullopt, std::nullopt, 0, c.path, collector.completion());
+        sendGet(handler, "a", c.path, collector.completion());
         QVCResponse answer = collector.single();
-        EXPECT_NE(describe(answer).find(c.expected), std::string::npos) << describe(answer);
+        EXPECT_THAT(describe(answer), HasSubstr(c.expected));
     }
 }
 
@@ -239,7 +225,7 @@ TEST(SimulationTransport, LoadsAFileOnceAndReloadsWhenAnotherIsNamed) {
     QVCSimulationWebServiceHandler handler;
     auto ask = [&](const std::string& path) {
         AnswerCollector collector;
-        handler.requestWithPath("a", 0, "consumers", std::nullopt, std::nullopt, 0, path, collector.completion());
+        sendGet(handler, "a", path, collector.completion());
         auto answer = collector.single();
         return answer.body() ? answer.body()->get<std::string>() : describe(answer);
     };
@@ -255,7 +241,7 @@ TEST(SimulationTransport, MayBeReleasedFromItsOwnAnswer) {
     SimulationFileOnDisk file(documentOf({entry("GET", "a", 1)}));
     auto handler = std::make_shared<QVCSimulationWebServiceHandler>();
     std::promise<void> released;
-    handler->requestWithPath("a", 0, "consumers", std::nullopt, std::nullopt, 0, file.path(), [&](const QVCResponse&) {
+    sendGet(*handler, "a", file.path(), [&](const QVCResponse&) {
         handler.reset();
         released.set_value();
     });
@@ -273,11 +259,9 @@ TEST(SimulationTransport, DestructionCancelsWaitingRequestsOnceEach) {
     {
         auto handler = std::make_unique<QVCSimulationWebServiceHandler>();
         // The first answer blocks the handler's thread until the handler is being destroyed.
-        handler->requestWithPath("a", 0, "consumers", std::nullopt, std::nullopt, 0, file.path(),
-                                 [&](const QVCResponse&) { std::lock_guard<std::mutex> wait(gate); });
+        sendGet(*handler, "a", file.path(), [&](const QVCResponse&) { std::lock_guard<std::mutex> wait(gate); });
         for (int i = 0; i < 5; ++i) {
-            handler->requestWithPath("a", 0, "consumers", std::nullopt, std::nullopt, 0, file.path(),
-                                     collector.completion());
+            sendGet(*handler, "a", file.path(), collector.completion());
         }
         destroyer = std::thread([h = std::move(handler)]() mutable { h.reset(); });
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
@@ -288,7 +272,7 @@ TEST(SimulationTransport, DestructionCancelsWaitingRequestsOnceEach) {
     ASSERT_EQ(answers.size(), 5u);
     for (const auto& answer : answers) {
         EXPECT_EQ(kindOf(answer), QVCErrorResponse::Kind::Cancelled);
-        EXPECT_NE(describe(answer).find("GET a: cancelled"), std::string::npos);
+        EXPECT_THAT(describe(answer), HasSubstr("GET a: cancelled"));
     }
 }
 

@@ -1,15 +1,26 @@
 #pragma once
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
 #include <cstdlib>
+#include <exception>
+#include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <tuple>
 
+#include "QVConsumer/QVCException.h"
 #include "QVConsumer/QVConsumerManager.h"
 #include "platform/QVCEnvironment.h"
 #include "platform/QVCScriptedWebServiceHandler.h"
+
+using ::testing::HasSubstr;
+using ::testing::Not;
 
 /// Sets an environment variable for the lifetime of the object.
 class ScopedEnvironment {
@@ -34,6 +45,81 @@ private:
     const char* name_;
     std::optional<std::string> old_;
 };
+
+/// The message of the Exception held by exception; "" when it holds none.
+/// An exception of another type propagates and fails the test.
+template <typename Exception = QVCException>
+std::string exceptionMessage(std::exception_ptr exception) {
+    try {
+        if (exception) {
+            std::rethrow_exception(exception);
+        }
+    } catch (const Exception& caught) {
+        return caught.what();
+    }
+    return "";
+}
+
+/// The message of the Exception that call throws; "" when it throws none.
+template <typename Exception = QVCException, typename Call>
+std::string messageOf(const Call& call) {
+    try {
+        call();
+    } catch (const Exception& caught) {
+        return caught.what();
+    }
+    return "";
+}
+
+/// Records the calls of a completion of type std::function<void(Args...)>:
+/// how often it was called and the arguments of the last call.
+template <typename Completion>
+struct Record;
+template <typename... Args>
+struct Record<std::function<void(Args...)>> {
+    int calls = 0;
+    std::tuple<std::decay_t<Args>...> last;
+
+    std::function<void(Args...)> completion() {
+        return [this](Args... received) {
+            ++calls;
+            last = std::make_tuple(received...);
+        };
+    }
+    /// The argument at Index of the last call.
+    template <std::size_t Index>
+    const auto& get() const {
+        return std::get<Index>(last);
+    }
+    /// The error record and the exception: the last two arguments of a completion that ends with both.
+    const auto& error() const { return std::get<sizeof...(Args) - 2>(last); }
+    std::exception_ptr exception() const { return std::get<sizeof...(Args) - 1>(last); }
+};
+
+/// A fresh, empty folder under the system's temporary folder, removed at the end.
+class TemporaryFolder {
+public:
+    TemporaryFolder()
+        : path_(std::filesystem::temp_directory_path() /
+                ("qvc-test-" + std::to_string(::getpid()) + "-" + std::to_string(counter()++))) {
+        std::filesystem::create_directories(path_);
+    }
+    ~TemporaryFolder() { std::filesystem::remove_all(path_); }
+    const std::filesystem::path& path() const { return path_; }
+
+private:
+    static int& counter() {
+        static int next = 0;
+        return next;
+    }
+    std::filesystem::path path_;
+};
+
+/// A manager for consumerID in the simulation environment, with the platform's own handler.
+inline std::shared_ptr<QVConsumerManager> makeSimulationManager(const std::string& consumerID) {
+    return QVConsumerManager::initWithAppID("app", "key", std::make_shared<QVCCompanyInfo>(), consumerID,
+                                            QVCEnvironmentSimulation, nullptr);
+}
 
 /// A manager for consumer "1234" of company 42 at facility 7, whose requests
 /// go to a scripted handler.
@@ -62,6 +148,19 @@ protected:
 
     /// Gives the answers in Deferred delivery; nothing to do in Immediate delivery.
     void deliver() { handler->releaseAll(); }
+
+    bool deferred() const { return GetParam() == QVCScriptedWebServiceHandler::Delivery::Deferred; }
+
+    /// Delivers and checks where an exception raised while an answer is read
+    /// ends up: in the completion, called once, in Immediate delivery (the
+    /// request's guard is still active); out of the handler's release, with no
+    /// completion call, in Deferred delivery.
+    template <typename Result>
+    void expectAnswerException(const Result& result, const std::string& message) {
+        EXPECT_EQ(messageOf([this] { deliver(); }), deferred() ? message : "");
+        EXPECT_EQ(result.calls, deferred() ? 0 : 1);
+        EXPECT_EQ(exceptionMessage(result.exception()), deferred() ? "" : message);
+    }
 };
 
 #define QVC_INSTANTIATE_FOR_BOTH_DELIVERIES(Fixture)                                                    \

@@ -13,6 +13,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "TestSupport.h"
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -41,9 +43,8 @@ std::string quoted(const std::string& argument) {
 /// Runs the tool with the given arguments, the shipped simulation file and no
 /// credentials or service settings from the test's own environment.
 ToolRun runTool(const std::vector<std::string>& arguments) {
-    static int counter = 0;
-    fs::path base =
-        fs::temp_directory_path() / ("qvc-tool-" + std::to_string(::getpid()) + "-" + std::to_string(counter++));
+    TemporaryFolder folder;
+    const std::string out = (folder.path() / "out").string(), err = (folder.path() / "err").string();
     std::string command =
         "env -u QVCONSUMER_APP_ID -u QVCONSUMER_APP_KEY -u QVCONSUMER_SERVICE_URL "
         "QVCONSUMER_RESOURCE_DIR=" +
@@ -51,24 +52,14 @@ ToolRun runTool(const std::vector<std::string>& arguments) {
     for (const auto& argument : arguments) {
         command += " " + quoted(argument);
     }
-    command += " >" + quoted(base.string() + ".out") + " 2>" + quoted(base.string() + ".err") + " </dev/null";
+    command += " >" + quoted(out) + " 2>" + quoted(err) + " </dev/null";
     int raw = std::system(command.c_str());
-    ToolRun run;
-    run.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-    run.out = readFile(base.string() + ".out");
-    run.err = readFile(base.string() + ".err");
-    fs::remove(base.string() + ".out");
-    fs::remove(base.string() + ".err");
-    return run;
+    return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, readFile(out), readFile(err)};
 }
 
 std::string golden(const std::string& name) {
     return readFile(fs::path(QVC_GOLDEN_DIR) / name);
 }
-
-}  // namespace
-
-namespace {
 
 /// The readable output with the checkout's own folder replaced by "<resources>".
 std::string normalised(std::string text) {
@@ -145,13 +136,13 @@ TEST(ToolProfiles, SignUpAndUpdateTakeOptionsOrAFileAndRoundTrip) {
     EXPECT_EQ(created["city"], "Boston");
 
     // What authenticate prints is a profile file that update-profile accepts.
-    fs::path file = fs::temp_directory_path() / ("qvc-profile-" + std::to_string(::getpid()) + ".json");
+    TemporaryFolder folder;
+    const fs::path file = folder.path() / "profile.json";
     std::ofstream(file) << runTool({"--json", "authenticate", "jdoe"}).out;
     const auto updated =
         parsedOut(runTool({"--json", "--user", "jdoe", "update-profile", "--profile", file.string(), "--phone", "1"}));
     EXPECT_EQ(updated["firstName"], "John");
     EXPECT_EQ(updated["phone"], "1");
-    fs::remove(file);
 }
 
 TEST(ToolFailures, HaveOneLineMessagesAndDocumentedStatuses) {
@@ -160,8 +151,8 @@ TEST(ToolFailures, HaveOneLineMessagesAndDocumentedStatuses) {
         int status;
         std::string message;
     };
-    const fs::path missing = fs::temp_directory_path() / "qvc-no-such-profile.json";
-    const fs::path invalid = fs::temp_directory_path() / ("qvc-invalid-" + std::to_string(::getpid()) + ".json");
+    TemporaryFolder folder;
+    const fs::path missing = folder.path() / "no-such-profile.json", invalid = folder.path() / "invalid.json";
     std::ofstream(invalid) << "{\"firstName\": ";
     const std::vector<Case> cases = {
         {{"frobnicate"}, 2, "frobnicate"},
@@ -182,10 +173,9 @@ TEST(ToolFailures, HaveOneLineMessagesAndDocumentedStatuses) {
     for (const auto& [arguments, status, message] : cases) {
         const ToolRun run = runTool(arguments);
         EXPECT_EQ(run.status, status) << arguments.front() << ": " << run.err;
-        EXPECT_NE(run.err.find(message), std::string::npos) << run.err;
+        EXPECT_THAT(run.err, HasSubstr(message));
         EXPECT_EQ(run.out, "") << arguments.front();
     }
-    fs::remove(invalid);
 }
 
 TEST(ToolFailures, ReportsLibraryExceptionsAndMissingAnswers) {
@@ -215,7 +205,7 @@ TEST(ToolFailures, ALiveServiceThatIsNotThereIsATransportError) {
     const ToolRun run = runTool({"--env", "live", "--service-url", "http://127.0.0.1:9/", "--app-id", "a", "--app-key",
                                  "k", "--timeout-ms", "2000", "--consumer-id", "1", "loyalty"});
     EXPECT_EQ(run.status, 3) << run.err;
-    EXPECT_NE(run.err.find("loyalty failed"), std::string::npos) << run.err;
+    EXPECT_THAT(run.err, HasSubstr("loyalty failed"));
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <thread>
 #include <vector>
 
+#include "TestSupport.h"
 #include "platform/QVCWebServiceHandler.h"
 
 /// Collects the answers a transport delivers, with the thread each came on,
@@ -57,6 +58,13 @@ private:
 inline QVCErrorResponse::Kind kindOf(const QVCResponse& response) {
     EXPECT_TRUE(response.error()) << "the answer carries no error";
     return response.error() ? response.error()->kind() : QVCErrorResponse::Kind::General;
+}
+
+/// Sends a GET of path for the consumers context, without headers or body,
+/// with simulateFile as the simulation file.
+inline void sendGet(QVCWebServiceHandler& handler, const std::string& path,
+                    const std::optional<std::string>& simulateFile, QVCResponseCompletion completion) {
+    handler.requestWithPath(path, 0, "consumers", std::nullopt, std::nullopt, 0, simulateFile, std::move(completion));
 }
 
 inline std::string describe(const QVCResponse& response) {
