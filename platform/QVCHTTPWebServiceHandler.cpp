@@ -360,6 +360,25 @@ struct QVCHTTPWebServiceHandler::Engine {
             }
             return {failure(t, "the connection was lost (" + detail + ")", Kind::Transport), true};
         }
+        std::string caBundle = std::string("caBundlePath (") + QVCPlatformConfiguration::caBundleVariable + ")";
+        if (result == CURLE_PEER_FAILED_VERIFICATION) {
+            return {failure(t,
+                            "the service's certificate could not be verified (" + detail +
+                                "): check that the service root URL names a host the certificate is made for, "
+                                "and if the certificate authority that signed it is not one this system trusts, "
+                                "set " +
+                                caBundle + " to a PEM file holding it",
+                            Kind::Transport),
+                    false};
+        }
+        if (result == CURLE_SSL_CACERT_BADFILE) {
+            return {failure(t,
+                            "the certificate authorities could not be read from " +
+                                configuration.caBundlePath.value_or("the system's store") + " (" + detail + "): set " +
+                                caBundle + " to a readable PEM file",
+                            Kind::Transport),
+                    false};
+        }
         return {failure(t, detail, Kind::Transport), false};
     }
 

@@ -22,6 +22,9 @@
 /// - The answer becomes one QVCResponse: the parsed JSON body (also for error
 ///   statuses), the header fields, and an error record of the matching kind
 ///   for every failure. Redirects are not followed.
+/// - https answers are accepted only from a certificate that verifies (unless
+///   verifyPeer / verifyHost are turned off); a failed verification or an
+///   unreadable caBundlePath ends with a Transport error that says what to set.
 /// - GETs are retried after transient failures (connection failures, timeouts,
 ///   429, 502, 503, 504) with exponential back-off and jitter, honouring
 ///   Retry-After. A POST is retried only when it never left the client; a
