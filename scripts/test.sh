@@ -40,4 +40,4 @@ env -u QVCONSUMER_RESOURCE_DIR build/installed-example/list_offers
 run_suite build/asan "-DQVC_SANITIZE=address;undefined"
 # The transports run their own threads: check them for data races.
 run_suite build/tsan "-DQVC_SANITIZE=thread" -- \
-  -R '^(HTTPTransport|SimulationTransport|SimulationEnvironment|JSONParser|PlatformConfiguration)\.'
+  -R '^(HTTPTransport|HTTPSTransport|SimulationTransport|SimulationEnvironment|JSONParser|PlatformConfiguration)\.'
