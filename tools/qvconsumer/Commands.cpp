@@ -127,13 +127,6 @@ std::shared_ptr<QVCOffer> offerByCode(Session& session, const std::string& code)
     return offer;
 }
 
-/// Reads the consumer's loyalty balance; the manager keeps it for the offer rules check.
-typename AwaitFor<Manager::LoyaltyCompletion>::type::Values readLoyalty(Session& session) {
-    auto& manager = session.manager();
-    return session.call<Manager::LoyaltyCompletion>("loyalty",
-                                                    [&](auto completion) { manager.retrieveLoyaltyInfo(completion); });
-}
-
 std::shared_ptr<QVCConsumerInfo> sendProfile(Session& session, const std::string& what,
                                              const std::shared_ptr<QVCConsumerInfo>& profile, bool signUp) {
     auto& manager = session.manager();
@@ -152,6 +145,56 @@ std::shared_ptr<QVCConsumerInfo> sendProfile(Session& session, const std::string
 
 }  // namespace
 
+AwaitFor<Manager::LoyaltyCompletion>::type::Values readLoyalty(Session& session) {
+    auto& manager = session.manager();
+    return session.call<Manager::LoyaltyCompletion>("loyalty",
+                                                    [&](auto completion) { manager.retrieveLoyaltyInfo(completion); });
+}
+
+std::vector<std::shared_ptr<QVCOffer>> allOffers(Session& session) {
+    auto& manager = session.manager();
+    auto [offers, error, exception] = session.call<Manager::OffersCompletion>(
+        "offers", [&](auto completion) { manager.getAllOffersWithCompletionHandler(completion); });
+    return offers.value_or(std::vector<std::shared_ptr<QVCOffer>>{});
+}
+
+Presented validateBasket(Session& session, const std::string& offerCode, const Manager::Products& basket) {
+    auto& manager = session.manager();
+    auto [valid, products, amountOff, error, exception] = session.call<Manager::ValidationCompletion>(
+        "validate \"" + offerCode + "\"",
+        [&](auto completion) { manager.validateOfferWithOfferCode(offerCode, basket, completion); });
+    // An amount offer hands the basket's own products back: those have no discounted price.
+    Presented lines = Presented::array();
+    const auto& priced = products.value_or(Manager::Products{});
+    for (std::size_t i = 0; i < basket.size(); ++i) {
+        Presented line = presentProduct(*basket[i]);
+        line["discountedPrice"] =
+            i < priced.size() && priced[i] != basket[i] ? Presented(*priced[i]->price) : Presented(nullptr);
+        lines.push_back(std::move(line));
+    }
+    return {{"offerCode", offerCode},
+            {"valid", valid},
+            {"amountOff", amountOff ? Presented(*amountOff) : Presented()},
+            {"basket", lines}};
+}
+
+void printValidation(std::ostream& out, const Presented& validation, const std::string& indent) {
+    Table table({{"PRODUCT", Table::Align::Right},
+                 {"QTY", Table::Align::Right},
+                 {"PRICE", Table::Align::Right},
+                 {"DISCOUNTED", Table::Align::Right}});
+    for (const auto& line : validation["basket"]) {
+        table.addRow(
+            {shown(line["productId"]), shown(line["quantity"]), shown(line["price"]), shown(line["discountedPrice"])});
+    }
+    table.print(out, indent);
+    out << indent << "valid: " << shown(validation["valid"]);
+    if (!validation["amountOff"].is_null()) {
+        out << ", amount off: " << shown(validation["amountOff"]);
+    }
+    out << '\n';
+}
+
 int runMasterData(Session& session) {
     session.signIn();
     auto& manager = session.manager();
@@ -166,14 +209,7 @@ int runMasterData(Session& session) {
 }
 
 int runAuthenticate(Session& session, const std::string& userName) {
-    auto& manager = session.manager();
-    auto [consumer, error, exception] = session.call<Manager::ConsumerCompletion>(
-        "authenticate \"" + userName + "\"",
-        [&](auto completion) { manager.authenticateConsumerWithUserName(userName, completion); });
-    if (!consumer) {
-        throw Failure(ExitServiceError, "authenticate \"" + userName + "\": the service returned no consumer");
-    }
-    printConsumer(session, *consumer);
+    printConsumer(session, *session.authenticate(userName));
     return ExitSuccess;
 }
 
@@ -200,11 +236,8 @@ int runLoyalty(Session& session) {
 
 int runOffers(Session& session) {
     session.signIn();
-    auto& manager = session.manager();
-    auto [offers, error, exception] = session.call<Manager::OffersCompletion>(
-        "offers", [&](auto completion) { manager.getAllOffersWithCompletionHandler(completion); });
     Presented presented = Presented::array();
-    for (const auto& offer : offers.value_or(std::vector<std::shared_ptr<QVCOffer>>{})) {
+    for (const auto& offer : allOffers(session)) {
         presented.push_back(presentOffer(*offer));
     }
     emit(session, presented, [&] { printOfferTable(std::cout, presented); });
@@ -263,39 +296,8 @@ int runValidate(Session& session, const std::string& offerCode, const std::vecto
     }
     session.signIn();
     readLoyalty(session);
-    auto& manager = session.manager();
-    auto [valid, products, amountOff, error, exception] = session.call<Manager::ValidationCompletion>(
-        "validate \"" + offerCode + "\"",
-        [&](auto completion) { manager.validateOfferWithOfferCode(offerCode, basket, completion); });
-
-    Presented lines = Presented::array();
-    const auto& priced = products.value_or(Manager::Products{});
-    for (std::size_t i = 0; i < basket.size(); ++i) {
-        Presented line = presentProduct(*basket[i]);
-        line["discountedPrice"] =
-            i < priced.size() && priced[i] != basket[i] ? Presented(*priced[i]->price) : Presented(nullptr);
-        lines.push_back(std::move(line));
-    }
-    Presented presented = {{"offerCode", offerCode},
-                           {"valid", valid},
-                           {"amountOff", amountOff ? Presented(*amountOff) : Presented()},
-                           {"basket", lines}};
-    emit(session, presented, [&] {
-        Table table({{"PRODUCT", Table::Align::Right},
-                     {"QTY", Table::Align::Right},
-                     {"PRICE", Table::Align::Right},
-                     {"DISCOUNTED", Table::Align::Right}});
-        for (const auto& line : lines) {
-            table.addRow({shown(line["productId"]), shown(line["quantity"]), shown(line["price"]),
-                          shown(line["discountedPrice"])});
-        }
-        table.print(std::cout);
-        std::cout << "valid: " << (valid ? "yes" : "no");
-        if (amountOff) {
-            std::cout << ", amount off: " << shown(amountOff);
-        }
-        std::cout << '\n';
-    });
+    auto presented = validateBasket(session, offerCode, basket);
+    emit(session, presented, [&] { printValidation(std::cout, presented); });
     return ExitSuccess;
 }
 

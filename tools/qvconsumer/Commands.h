@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "Present.h"
 #include "Session.h"
 
 /// A consumer profile given on the command line or as a JSON file.
@@ -24,6 +25,17 @@ struct ProfileOptions {
     std::optional<std::string> stateCode;
     std::optional<std::string> countryCode;
 };
+
+// Steps that several commands share.
+
+/// Reads the consumer's loyalty balance; the manager keeps it for the offer rules check.
+AwaitFor<QVConsumerManager::LoyaltyCompletion>::type::Values readLoyalty(Session& session);
+/// The consumer's offers at the facility.
+std::vector<std::shared_ptr<QVCOffer>> allOffers(Session& session);
+/// Validates offerCode against basket: {offerCode, valid, amountOff, basket lines with their discounted prices}.
+Presented validateBasket(Session& session, const std::string& offerCode, const QVConsumerManager::Products& basket);
+/// Prints a validation as a basket table and a verdict line, each line after indent.
+void printValidation(std::ostream& out, const Presented& validation, const std::string& indent = "");
 
 // One function per subcommand; each returns the exit status or throws Failure.
 int runMasterData(Session& session);

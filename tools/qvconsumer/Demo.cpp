@@ -14,7 +14,6 @@
 namespace {
 
 using Manager = QVConsumerManager;
-using Offers = std::vector<std::shared_ptr<QVCOffer>>;
 
 const char* const demoUser = "jdoe";
 
@@ -50,19 +49,6 @@ Manager::Products basketFor(const QVCOffer& offer) {
     return basket;
 }
 
-void printBasket(const Manager::Products& basket, const std::optional<Manager::Products>& priced) {
-    Table table({{"PRODUCT", Table::Align::Right},
-                 {"QTY", Table::Align::Right},
-                 {"PRICE", Table::Align::Right},
-                 {"AFTER OFFER", Table::Align::Right}});
-    for (std::size_t i = 0; i < basket.size(); ++i) {
-        std::string after = priced && i < priced->size() ? shown((*priced)[i]->price) : "-";
-        table.addRow({std::to_string(basket[i]->productId), std::to_string(basket[i]->quantity),
-                      shown(basket[i]->price), after});
-    }
-    table.print(std::cout, "   ");
-}
-
 }  // namespace
 
 int runDemo(Session& session) {
@@ -80,23 +66,19 @@ int runDemo(Session& session) {
               << data->country.size() << " countries, " << data->merchantTypes.size() << " merchant types\n";
 
     step(2, std::string("Sign in as \"") + demoUser + "\"");
-    auto [consumer, consumerError, consumerException] = session.call<Manager::ConsumerCompletion>(
-        "authenticate", [&](auto completion) { manager.authenticateConsumerWithUserName(demoUser, completion); });
+    auto consumer = session.authenticate(demoUser);
     std::cout << "   " << shown(consumer->firstName) << ' ' << shown(consumer->lastName) << ", consumer "
               << manager.consumerID().value_or("-") << '\n';
 
     step(3, "Loyalty balance");
-    auto [points, status, loyaltyError, loyaltyException] = session.call<Manager::LoyaltyCompletion>(
-        "loyalty", [&](auto completion) { manager.retrieveLoyaltyInfo(completion); });
+    auto [points, status, loyaltyError, loyaltyException] = readLoyalty(session);
     std::cout << "   " << points << " points, status " << shown(status) << '\n';
 
     step(4, "Offers at facility " + std::to_string(manager.facilityInfo()->facilityID));
-    auto [offers, offersError, offersException] = session.call<Manager::OffersCompletion>(
-        "offers", [&](auto completion) { manager.getAllOffersWithCompletionHandler(completion); });
     Presented listed = Presented::array();
     std::shared_ptr<QVCOffer> percentOffer;
     std::shared_ptr<QVCOffer> amountOffer;
-    for (const auto& offer : offers.value_or(Offers{})) {
+    for (const auto& offer : allOffers(session)) {
         listed.push_back(presentOffer(*offer));
         auto& pick = isPercentOff(*offer) ? percentOffer : amountOffer;
         if (!pick) {
@@ -112,16 +94,7 @@ int runDemo(Session& session) {
     for (const auto& offer : {percentOffer, amountOffer}) {
         const std::string code = shown(offer->offerCode);
         step(number++, "Validate " + code + " (" + typeOf(*offer) + ") against a basket");
-        auto basket = basketFor(*offer);
-        auto [valid, priced, amountOff, error, exception] = session.call<Manager::ValidationCompletion>(
-            "validate \"" + code + "\"",
-            [&](auto completion) { manager.validateOfferWithOfferCode(code, basket, completion); });
-        printBasket(basket, isPercentOff(*offer) ? priced : std::nullopt);
-        std::cout << "   valid: " << (valid ? "yes" : "no");
-        if (amountOff) {
-            std::cout << ", amount off: " << shown(amountOff);
-        }
-        std::cout << '\n';
+        printValidation(std::cout, validateBasket(session, code, basketFor(*offer)), "   ");
     }
 
     const std::string code = shown(percentOffer->offerCode);

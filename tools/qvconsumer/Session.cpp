@@ -84,17 +84,19 @@ Session::Session(const GlobalOptions& options) : options_(options) {
     }
 }
 
-void Session::signIn() {
-    if (!options_.userName) {
-        return;
-    }
-    auto& manager = *manager_;
-    const auto userName = options_.userName;
+std::shared_ptr<QVCConsumerInfo> Session::authenticate(const std::string& userName) {
+    const std::string what = "authenticate \"" + userName + "\"";
     auto [consumer, error, exception] = call<QVConsumerManager::ConsumerCompletion>(
-        "authenticate \"" + *userName + "\"",
-        [&](auto completion) { manager.authenticateConsumerWithUserName(userName, completion); });
+        what, [&](auto completion) { manager_->authenticateConsumerWithUserName(userName, completion); });
     if (!consumer) {
-        throw Failure(ExitServiceError, "authenticate \"" + *userName + "\": the service returned no consumer");
+        throw Failure(ExitServiceError, what + ": the service returned no consumer");
+    }
+    return consumer;
+}
+
+void Session::signIn() {
+    if (options_.userName) {
+        authenticate(*options_.userName);
     }
 }
 

@@ -38,6 +38,8 @@ public:
     QVConsumerManager& manager() { return *manager_; }
     const GlobalOptions& options() const { return options_; }
 
+    /// Authenticates userName, which becomes the consumer the manager acts for.
+    std::shared_ptr<QVCConsumerInfo> authenticate(const std::string& userName);
     /// Authenticates --user when given, so that the command acts for that consumer.
     void signIn();
 
