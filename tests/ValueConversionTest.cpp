@@ -2,7 +2,6 @@
 
 #include <limits>
 
-#include "QVConsumer/QVCDocument.h"
 #include "QVConsumer/QVCException.h"
 #include "QVConsumer/QVCFormat.h"
 #include "QVConsumer/QVCNumber.h"
@@ -18,22 +17,12 @@ TEST(ObjectText, FormatsTextsNumbersAndAbsence) {
         EXPECT_EQ(QVCFormat::object(value), text) << value.dump();
     }
     EXPECT_EQ(QVCFormat::object(static_cast<const QVCJSON*>(nullptr)), "(null)");
-    EXPECT_EQ(QVCFormat::object(std::optional<std::string>()), "(null)");
-    EXPECT_EQ(QVCFormat::object(std::optional<std::string>("")), "");
 }
 
-TEST(ObjectText, JoinsPathParts) {
-    std::optional<std::string> id = "42";
+TEST(ObjectText, JoinsPathPartsAndWritesFixedDecimals) {
     std::optional<std::string> none;
-    EXPECT_EQ(QVCFormat::format("a/", id, "/b?f=", std::int64_t{7}), "a/42/b?f=7");
-    EXPECT_EQ(QVCFormat::format("a/", none, "/", QVCJSON(9)), "a/(null)/9");
-}
-
-TEST(ObjectText, WritesFixedDecimals) {
-    EXPECT_EQ(QVCFormat::decimal(25.0), "25.000000");
-    EXPECT_EQ(QVCFormat::decimal(8.0), "8.000000");
+    EXPECT_EQ(QVCFormat::format("a/", none, "/", QVCJSON(9), "?f=", std::int64_t{7}), "a/(null)/9?f=7");
     EXPECT_EQ(QVCFormat::decimal(-0.5), "-0.500000");
-    EXPECT_EQ(QVCFormat::integer(-12), "-12");
 }
 
 TEST(IntegerValue, ReadsLeadingDigitsOfText) {
@@ -73,21 +62,6 @@ TEST(DoubleValue, ReadsTheLeadingDecimalNumber) {
     }
     QVCJSON number = 3;
     EXPECT_DOUBLE_EQ(QVCNumber::doubleValue(&number, "price"), 3.0);
-}
-
-TEST(Document, NamesTheValueAtFault) {
-    const QVCJSON document = {{"list", {1}}, {"text", "x"}};
-    EXPECT_EQ(QVCDocument::valueForKey(document, "absent", "doc"), nullptr);
-    EXPECT_EQ(messageOf([&] { QVCDocument::valueForKey(document.at("text"), "id", "states[0]"); }),
-              "cannot read key \"id\" of states[0]: it is a string, not an object");
-    EXPECT_EQ(messageOf([&] { QVCDocument::elementAtIndex(document.at("list"), 1, "contactList"); }),
-              "cannot take element 1 of contactList: it holds 1 elements");
-    EXPECT_THROW(QVCDocument::elementAtIndex(document, 0, "doc"), QVCException);
-
-    QVCJSON body = QVCJSON::object();
-    QVCDocument::setObject(body, "ok", std::optional<std::string>("v"));
-    EXPECT_THROW(QVCDocument::setObject(body, "firstName", std::optional<std::string>()), QVCException);
-    EXPECT_EQ(body, (QVCJSON{{"ok", "v"}}));
 }
 
 }  // namespace
