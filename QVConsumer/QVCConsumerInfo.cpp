@@ -98,19 +98,6 @@ std::int64_t identityToken(const QVCJSON* value) {
     return static_cast<std::int64_t>((hash & ((std::uint64_t{1} << 62) - 1)) | (std::uint64_t{1} << 62));
 }
 
-/// The elements of a walked list: none when the list is absent. Raises when
-/// the list is present but not a list.
-std::size_t elementCount(const QVCJSON* list, const std::string& what) {
-    if (list == nullptr) {
-        return 0;
-    }
-    if (!list->is_array()) {
-        throw QVCException("cannot count the elements of " + what + ": it is " + QVCDocument::kindName(*list) +
-                           ", not an array");
-    }
-    return list->size();
-}
-
 /// Appends code to codes when the list exists; a record read from a document
 /// has no list, so its codes are dropped.
 void appendCode(std::optional<std::vector<QVCJSON>>& codes, QVCJSON code) {
@@ -182,13 +169,14 @@ std::shared_ptr<QVCConsumerInfo> QVCConsumerInfo::initWithResponse(const QVCJSON
     // The group and merchant type lists are walked (and their shape checked)
     // but the record keeps no code: its code lists are absent.
     const Branch groups = doc.child("consumerGroup");
-    for (std::size_t i = 0, count = elementCount(groups.value(), "consumerGroup"); i < count; ++i) {
+    for (std::size_t i = 0, count = QVCDocument::elementCount(groups.value(), "consumerGroup"); i < count; ++i) {
         const Branch group(&groups.value()->at(i), "consumerGroup[" + std::to_string(i) + "]");
         const QVCJSON* code = group.unfilteredChild("consumerGroupType").lookup("groupCode");
         appendCode(record->consumerGroupCodes, code ? *code : QVCJSON());
     }
     const Branch merchantTypes = doc.child("consumerMerchantType");
-    for (std::size_t i = 0, count = elementCount(merchantTypes.value(), "consumerMerchantType"); i < count; ++i) {
+    for (std::size_t i = 0, count = QVCDocument::elementCount(merchantTypes.value(), "consumerMerchantType"); i < count;
+         ++i) {
         const Branch merchantType(&merchantTypes.value()->at(i), "consumerMerchantType[" + std::to_string(i) + "]");
         appendCode(record->merchantTypes, merchantType.unfilteredChild("merchantType").formatted("merchantTypeCode"));
     }

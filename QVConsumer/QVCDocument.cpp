@@ -31,6 +31,17 @@ const QVCJSON& QVCDocument::elementAtIndex(const QVCJSON& array, std::size_t ind
     return array[index];
 }
 
+std::size_t QVCDocument::elementCount(const QVCJSON* list, std::string_view what) {
+    if (list == nullptr) {
+        return 0;
+    }
+    if (!list->is_array()) {
+        throw QVCException("cannot count the elements of " + std::string(what) + ": it is " + kindName(*list) +
+                           ", not an array");
+    }
+    return list->size();
+}
+
 void QVCDocument::setObject(QVCJSON& object, const std::string& key, const std::optional<std::string>& value) {
     if (!value) {
         throwAbsent(key);

@@ -21,6 +21,10 @@ public:
     /// no such element.
     static const QVCJSON& elementAtIndex(const QVCJSON& array, std::size_t index, std::string_view what);
 
+    /// The number of elements of the list list names: 0 when it is missing
+    /// (a null pointer). Throws when it is present but not a JSON array.
+    static std::size_t elementCount(const QVCJSON* list, std::string_view what);
+
     /// Sets object[key] to value, as a dictionary literal does: an absent
     /// value throws "attempt to insert an absent value for key "<key>"".
     static void setObject(QVCJSON& object, const std::string& key, const std::optional<std::string>& value);

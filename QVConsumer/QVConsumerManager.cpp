@@ -320,11 +320,7 @@ void QVConsumerManager::retrieveLoyaltyInfo(LoyaltyCompletion completion) {
             // The balance is kept before the caller hears of it.
             self->setLoyalty(QVCFormat::object(points));
             const std::int64_t balance = QVCNumber::integerValue(points, "consumerRs[0].loyaltyPoints");
-            if (statuses && !statuses->is_array()) {
-                throw QVCException("cannot count the elements of consumerRs[0].loyaltyConsumerStatusResponse: it is " +
-                                   std::string(QVCDocument::kindName(*statuses)) + ", not an array");
-            }
-            if (statuses && !statuses->empty()) {
+            if (QVCDocument::elementCount(statuses, "consumerRs[0].loyaltyConsumerStatusResponse") > 0) {
                 const QVCJSON& status =
                     QVCDocument::elementAtIndex(*statuses, 0, "consumerRs[0].loyaltyConsumerStatusResponse");
                 done(balance,
