@@ -17,13 +17,10 @@ TEST_P(OfferQueriesTest, ListsTheFacilitysOffersSkippingEntriesWithoutAnOffer) {
     manager->getAllOffersWithCompletionHandler(listed.completion());
     manager->getAllOffersWithCompletionHandler(failed.completion());
     deliver();
-    const auto request = handler->requests().at(0);
-    EXPECT_EQ(request.path, offersPath + "?facilityId=7");
-    EXPECT_EQ(request.httpMethod, 0);
-    EXPECT_FALSE(request.body || request.headers);
+    EXPECT_EQ(handler->requests().at(0).path, offersPath + "?facilityId=7");
+    EXPECT_EQ(handler->requests().at(0).httpMethod, 0);
     ASSERT_EQ(listed.get<0>()->size(), 2U);
     EXPECT_EQ(listed.get<0>()->at(1)->offerCode, Text("B"));
-    EXPECT_EQ(failed.calls, 1);
     EXPECT_FALSE(failed.get<0>());
     EXPECT_EQ(onlyMessage(failed.get<1>()), "down");
 }
@@ -45,14 +42,10 @@ TEST_P(OfferQueriesTest, TheDetailQueryPassesTheErrorBesideTheOfferAndIgnoresOth
 }
 
 TEST_P(OfferQueriesTest, TheCodeQueryRemovesEveryWhiteSpaceAndTakesTheFirstOffer) {
-    const std::vector<std::pair<Text, std::string>> codes = {{" ab 12\t", "ab12"},
-                                                             {"\nA\rB\vC\f", "ABC"},
-                                                             {"a\xC2\xA0"
-                                                              "b\xE3\x80\x80"
-                                                              "c\xE2\x80\x8B",
-                                                              "abc\xE2\x80\x8B"},
-                                                             {std::nullopt, "(null)"}};
-    for (const auto& [typed, sent] : codes) {
+    for (const auto& [typed, sent] : std::vector<std::pair<Text, std::string>>{
+             {" ab 1\t2\nA\rB\vC\f", "ab12ABC"},
+             {"a\u00A0b\u3000c\u200B", "abc\u200B"},  // no-break and ideographic spaces go, zero-width stays
+             {std::nullopt, "(null)"}}) {
         handler->answerWithBody({offerEntry("c-1", "A"), offerEntry("c-2", "B")});
         Record<QVConsumerManager::OfferCompletion> result;
         manager->getOfferWithOfferCode(typed, result.completion());
