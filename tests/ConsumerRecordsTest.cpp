@@ -16,7 +16,6 @@ TEST(ConsumerRecordsTest, AFreshConsumerOwnsAWholeTreeOfSignUpDefaults) {
     info.consumerGroupCodes->push_back("7");  // two distinct lists of the numbers 1 and 2
     EXPECT_EQ(*info.merchantTypes, std::vector<QVCJSON>({QVCJSON(1), QVCJSON(2)}));
     EXPECT_TRUE(info.preference->preferSmsFlag && info.preference->preferenceTypeCode == 1);
-    EXPECT_STREQ(QVCLoyaltyPointType_toString[QVCLoyaltyPointTypeEarned], "earned");
     EXPECT_EQ(texts(QVCConsumerMerchantType().merchantType->sortOrder, QVCConsumerGroup().groupType->groupCode),
               texts("", ""));
 }
