@@ -18,14 +18,7 @@ const char* const kDocument = "the master data document";
 /// The number of entries of the list under key: 0 when the key is missing.
 /// A present value of another kind (null included) is a malformed document.
 std::size_t entryCount(const QVCJSON& document, const char* key) {
-    const QVCJSON* list = QVCDocument::valueForKey(document, key, kDocument);
-    if (list == nullptr) {
-        return 0;
-    }
-    if (!list->is_array()) {
-        throw QVCException(std::string(key) + " is " + QVCDocument::kindName(*list) + ", not an array");
-    }
-    return list->size();
+    return QVCDocument::elementCount(QVCDocument::valueForKey(document, key, kDocument), key);
 }
 
 /// One entry object of a list, read field by field with messages that name

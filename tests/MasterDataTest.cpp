@@ -120,7 +120,7 @@ TEST(MasterDataReading, MalformedDocumentsRaiseNamingListIndexAndKey) {
     const std::vector<Fault> faults = {
         {"", QVCJSON::array(),
          "cannot read key \"ageRangeTypes\" of the master data document: it is an array, not an object"},
-        {"/merchantTypes", nullptr, "merchantTypes is null, not an array"},
+        {"/merchantTypes", nullptr, "cannot count the elements of merchantTypes: it is null, not an array"},
         {"/maritalStatusTypes/1/activeFlag", true, "maritalStatusTypes[1].activeFlag is a boolean, not a string"},
         {"/incomeRangeTypes/1/incomeRangeTypeCode", nullptr,
          "incomeRangeTypes[1].incomeRangeTypeCode is null and has no integer value"},
