@@ -48,9 +48,43 @@ std::shared_ptr<QVConsumerManager> QVConsumerManager::initWithAppID(const std::o
     if (!manager->QVCoreCP::initWithAppID(appID, appKey, std::move(companyInfo), consumerID, environment, completion)) {
         return nullptr;
     }
-    manager->simulatePath_ = QVCBundle::pathForResource("QVConsumerSimulate", "json");
-    manager->loyalty_ = "";
+    manager->setSimulatePath(QVCBundle::pathForResource("QVConsumerSimulate", "json"));
+    manager->setLoyalty("");
     return manager;
+}
+
+std::optional<std::string> QVConsumerManager::simulatePath() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return simulatePath_;
+}
+
+void QVConsumerManager::setSimulatePath(std::optional<std::string> simulatePath) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    simulatePath_ = std::move(simulatePath);
+}
+
+std::optional<std::string> QVConsumerManager::loyalty() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return loyalty_;
+}
+
+void QVConsumerManager::setLoyalty(std::optional<std::string> loyalty) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    loyalty_ = std::move(loyalty);
+}
+
+void QVConsumerManager::setClock(Clock clock) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    clock_ = std::move(clock);
+}
+
+std::chrono::system_clock::time_point QVConsumerManager::now() const {
+    Clock clock;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        clock = clock_;
+    }
+    return clock ? clock() : std::chrono::system_clock::now();
 }
 
 void QVConsumerManager::setPushDeviceToken(const std::optional<QVCJSON>& token, PushCompletion completion) {
@@ -600,8 +634,7 @@ void QVConsumerManager::redeemOfferWithAmount(const std::optional<QVCJSON>& amou
             // The service's own code for the offer, not the one the shopper typed.
             QVCDocument::setObject(body, "offerCode", offer->offerCode);
             body["referenceId"] = *referenceID;
-            const auto now = self->clock_ ? self->clock_() : std::chrono::system_clock::now();
-            body["transactionDateTime"] = transactionDateTime(now);
+            body["transactionDateTime"] = transactionDateTime(self->now());
             self->request(path, 1, std::move(body), [done](const QVCResponse& response) {
                 if (response.error()) {
                     done(std::nullopt, response.error(), nullptr);

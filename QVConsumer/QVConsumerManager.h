@@ -5,6 +5,7 @@
 #include <exception>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <utility>
@@ -69,20 +70,23 @@ public:
                                                             std::int64_t environment,
                                                             const StatusCompletion& completion);
 
+    // The manager's own state may be read and written from any thread: answers
+    // arrive on the transport's thread while the host calls on its own.
+
     /// Full path of the shipped simulation file passed with every request; none when not found.
-    const std::optional<std::string>& simulatePath() const { return simulatePath_; }
-    void setSimulatePath(std::optional<std::string> simulatePath) { simulatePath_ = std::move(simulatePath); }
+    std::optional<std::string> simulatePath() const;
+    void setSimulatePath(std::optional<std::string> simulatePath);
 
     /// The consumer's loyalty point balance as text: "" until a balance has been read.
-    const std::optional<std::string>& loyalty() const { return loyalty_; }
-    void setLoyalty(std::optional<std::string> loyalty) { loyalty_ = std::move(loyalty); }
+    std::optional<std::string> loyalty() const;
+    void setLoyalty(std::optional<std::string> loyalty);
 
     /// The clock that dates redemptions ("transactionDateTime"), read when the
     /// offer lookup of a redemption answers. The system clock by default; a
     /// hook for hosts that keep their own time and for tests. An empty
-    /// function restores the system clock.
+    /// function restores the system clock. It is called outside the manager's lock.
     using Clock = std::function<std::chrono::system_clock::time_point()>;
-    void setClock(Clock clock) { clock_ = std::move(clock); }
+    void setClock(Clock clock);
 
     /// The service's reference lists.
     void getMasterDataWithCompletionWithCompletion(MasterDataCompletion completion);
@@ -167,6 +171,10 @@ private:
     /// object makes its "consumerId" current and hands info back with that id.
     void sendConsumerDocument(QVCJSON document, std::shared_ptr<QVCConsumerInfo> info, const ConsumerCompletion& done);
 
+    /// The time that dates a redemption: the host's clock, or the system's.
+    std::chrono::system_clock::time_point now() const;
+
+    mutable std::mutex mutex_;  // guards the three values below
     std::optional<std::string> simulatePath_;
     std::optional<std::string> loyalty_;
     Clock clock_;

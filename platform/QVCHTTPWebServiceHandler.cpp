@@ -105,7 +105,8 @@ struct Transfer {
     QVCResponseCompletion completion;
     std::optional<QVCResponse> ready;  // answered without going to the network
     int retries = 0;
-    Clock::time_point due;
+    Clock::time_point due;       // when a waiting retry may start
+    Clock::time_point deadline;  // the end of the request's budget
 
     CURL* easy = nullptr;
     curl_slist* headers = nullptr;
@@ -187,7 +188,7 @@ struct QVCHTTPWebServiceHandler::Engine {
 
     Engine(QVCPlatformConfiguration given, const std::optional<std::string>& appID,
            const std::optional<std::string>& appKey)
-        : configuration(std::move(given)) {
+        : configuration(given.bounded()) {
         initialiseCurlOnce();
         refusal = refusalOf(configuration);
         rootURL = configuration.serviceRootURL;
@@ -262,6 +263,10 @@ struct QVCHTTPWebServiceHandler::Engine {
         curl_easy_setopt(easy, CURLOPT_HTTPHEADER, t.headers);
         curl_easy_setopt(easy, CURLOPT_USERAGENT, "QVConsumer/1.0");
         if (t.method == "POST") {
+            // A send never rides a kept-alive connection: when such a connection
+            // dies after the request went out, libcurl would send it again by
+            // itself on a new one. A fresh connection is never retried that way.
+            curl_easy_setopt(easy, CURLOPT_FRESH_CONNECT, 1L);
             curl_easy_setopt(easy, CURLOPT_POST, 1L);
             curl_easy_setopt(easy, CURLOPT_POSTFIELDS, t.bodyText.c_str());
             curl_easy_setopt(easy, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(t.bodyText.size()));
@@ -275,17 +280,31 @@ struct QVCHTTPWebServiceHandler::Engine {
         active.emplace(easy, std::move(transfer));
     }
 
-    /// Back-off before the next attempt, honouring the answer's Retry-After.
-    Clock::duration backOff(const Transfer& transfer) {
-        long ceiling = std::max(1L, configuration.retryMaxDelayMs);
-        long delay = std::min(ceiling, configuration.retryBaseDelayMs << std::min(transfer.retries, 20));
+    /// When the next attempt may start: after an exponential back-off with
+    /// jitter, or after the answer's Retry-After when that is longer. None
+    /// when the wait and one more attempt would not fit in the request's
+    /// budget: the request then ends with the answer it has.
+    std::optional<Clock::time_point> nextAttempt(const Transfer& transfer) {
+        long delay =
+            std::min(configuration.retryMaxDelayMs, configuration.retryBaseDelayMs << std::min(transfer.retries, 20));
         delay = std::uniform_int_distribution<long>(delay / 2, std::max(delay / 2, delay))(random);
+        const auto now = Clock::now();
+        const auto attempt = std::chrono::milliseconds(configuration.totalTimeoutMs);
+        const auto spare =
+            std::chrono::duration_cast<std::chrono::milliseconds>(transfer.deadline - now - attempt).count();
         curl_off_t retryAfter = 0;
         if (transfer.easy && curl_easy_getinfo(transfer.easy, CURLINFO_RETRY_AFTER, &retryAfter) == CURLE_OK &&
             retryAfter > 0) {
-            delay = std::max(delay, static_cast<long>(std::min<curl_off_t>(retryAfter * 1000, ceiling)));
+            // Compared in seconds first: the header's value may be far too large to count in milliseconds.
+            if (spare < 0 || retryAfter > spare / 1000) {
+                return std::nullopt;
+            }
+            delay = std::max(delay, static_cast<long>(retryAfter) * 1000);
         }
-        return std::chrono::milliseconds(delay);
+        if (delay > spare) {
+            return std::nullopt;
+        }
+        return now + std::chrono::milliseconds(delay);
     }
 
     /// The answer to a finished attempt, and whether another attempt may help.
@@ -390,13 +409,20 @@ struct QVCHTTPWebServiceHandler::Engine {
         std::unique_ptr<Transfer> transfer = std::move(found->second);
         active.erase(found);
         curl_multi_remove_handle(multi, easy);
-        auto [response, transient] = outcome(*transfer, result);
+        bool transient = false;
+        QVCResponse response = QVCTransportThread::computed(transfer->method, transfer->path, [&] {
+            auto [answer, mayPass] = outcome(*transfer, result);
+            transient = mayPass;
+            return answer;
+        });
         if (transient && transfer->retries < configuration.maxRetries) {
-            transfer->due = Clock::now() + backOff(*transfer);
-            ++transfer->retries;
-            transfer->release();
-            waiting.push_back(std::move(transfer));
-            return;
+            if (auto due = nextAttempt(*transfer)) {
+                transfer->due = *due;
+                ++transfer->retries;
+                transfer->release();
+                waiting.push_back(std::move(transfer));
+                return;
+            }
         }
         transfer->release();
         thread.deliver(transfer->completion, response);
@@ -524,6 +550,7 @@ void QVCHTTPWebServiceHandler::requestWithPath(const std::string& path, std::int
     transfer->method = httpMethod == 0 ? "GET" : httpMethod == 1 ? "POST" : "method " + std::to_string(httpMethod);
     transfer->path = path;
     transfer->completion = std::move(completion);
+    transfer->deadline = Clock::now() + engine_->configuration.requestBudget();
     if (engine_->refusal) {
         transfer->ready = failure(*transfer, *engine_->refusal, Kind::General);
     } else if (httpMethod != 0 && httpMethod != 1) {

@@ -27,8 +27,14 @@
 ///   unreadable caBundlePath ends with a Transport error that says what to set.
 /// - GETs are retried after transient failures (connection failures, timeouts,
 ///   429, 502, 503, 504) with exponential back-off and jitter, honouring
-///   Retry-After. A POST is retried only when it never left the client; a
-///   POST that may have reached the service ends with an OutcomeUnknown error.
+///   Retry-After within the request's budget (QVCPlatformConfiguration::
+///   requestBudget); a longer Retry-After ends the request with that answer.
+///   A POST is retried only when it never left the client; a POST that may
+///   have reached the service ends with an OutcomeUnknown error. A POST always
+///   goes out on a new connection, because libcurl silently sends a request
+///   again when a kept-alive connection dies under it.
+/// - Durations and retries of the configuration are bounded first
+///   (QVCPlatformConfiguration::bounded).
 ///
 /// Requests run concurrently on one thread that drives a curl multi handle;
 /// answer callbacks are called one at a time on that thread. An exception

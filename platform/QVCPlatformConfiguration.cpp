@@ -15,7 +15,8 @@ const char* variable(const char* name) {
 
 /// Reads a whole decimal number from min to max; records a problem otherwise.
 template <typename Number>
-void overlayNumber(const char* name, Number& field, long long min, std::vector<std::string>& problems) {
+void overlayNumber(const char* name, Number& field, long long min, unsigned long long max,
+                   std::vector<std::string>& problems) {
     const char* text = variable(name);
     if (!text) {
         return;
@@ -23,10 +24,9 @@ void overlayNumber(const char* name, Number& field, long long min, std::vector<s
     errno = 0;
     char* end = nullptr;
     long long value = std::strtoll(text, &end, 10);
-    if (errno != 0 || end == text || *end != '\0' || value < min ||
-        static_cast<unsigned long long>(value) > static_cast<unsigned long long>(std::numeric_limits<Number>::max())) {
-        problems.push_back(std::string(name) + " must be a whole number of at least " + std::to_string(min) +
-                           ", not \"" + text + "\"");
+    if (errno != 0 || end == text || *end != '\0' || value < min || static_cast<unsigned long long>(value) > max) {
+        problems.push_back(std::string(name) + " must be a whole number from " + std::to_string(min) + " to " +
+                           std::to_string(max) + ", not \"" + text + "\"");
         return;
     }
     field = static_cast<Number>(value);
@@ -61,10 +61,27 @@ QVCPlatformConfiguration QVCPlatformConfiguration::fromEnvironment(QVCPlatformCo
     if (const char* bundle = variable(caBundleVariable)) {
         base.caBundlePath = bundle;
     }
-    overlayNumber(connectTimeoutVariable, base.connectTimeoutMs, 1, base.problems);
-    overlayNumber(totalTimeoutVariable, base.totalTimeoutMs, 1, base.problems);
-    overlayNumber(maxRetriesVariable, base.maxRetries, 0, base.problems);
-    overlayNumber(maxAnswerBytesVariable, base.maxAnswerBytes, 1, base.problems);
+    overlayNumber(connectTimeoutVariable, base.connectTimeoutMs, 1, maxDurationMs, base.problems);
+    overlayNumber(totalTimeoutVariable, base.totalTimeoutMs, 1, maxDurationMs, base.problems);
+    overlayNumber(maxRetriesVariable, base.maxRetries, 0, maxRetriesLimit, base.problems);
+    overlayNumber(maxAnswerBytesVariable, base.maxAnswerBytes, 1, std::numeric_limits<std::size_t>::max(),
+                  base.problems);
     overlayFlag(allowPlainHTTPVariable, base.allowPlainHTTP, base.problems);
     return base;
+}
+
+QVCPlatformConfiguration QVCPlatformConfiguration::bounded() const {
+    QVCPlatformConfiguration result = *this;
+    result.connectTimeoutMs = std::clamp(connectTimeoutMs, 1L, maxDurationMs);
+    result.totalTimeoutMs = std::clamp(totalTimeoutMs, 1L, maxDurationMs);
+    result.retryMaxDelayMs = std::clamp(retryMaxDelayMs, 1L, maxDurationMs);
+    result.retryBaseDelayMs = std::clamp(retryBaseDelayMs, 0L, result.retryMaxDelayMs);
+    result.maxRetries = std::clamp(maxRetries, 0, maxRetriesLimit);
+    return result;
+}
+
+std::chrono::milliseconds QVCPlatformConfiguration::requestBudget() const {
+    const QVCPlatformConfiguration limits = bounded();
+    const long retries = limits.maxRetries;
+    return std::chrono::milliseconds((retries + 1) * limits.totalTimeoutMs + retries * limits.retryMaxDelayMs);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -26,6 +27,12 @@ struct QVCPlatformConfiguration {
     static constexpr const char* maxAnswerBytesVariable = "QVCONSUMER_MAX_ANSWER_BYTES";
     static constexpr const char* allowPlainHTTPVariable = "QVCONSUMER_ALLOW_PLAIN_HTTP";
 
+    /// Largest timeout or delay accepted, in milliseconds (one day), and the
+    /// largest number of retries. fromEnvironment() refuses larger values; the
+    /// transport reads larger fields as these.
+    static constexpr long maxDurationMs = 86400000;
+    static constexpr int maxRetriesLimit = 10;
+
     /// Header fields that carry the application's credentials on every live request.
     static constexpr const char* appIDHeader = "X-App-Id";
     static constexpr const char* appKeyHeader = "X-App-Key";
@@ -39,7 +46,9 @@ struct QVCPlatformConfiguration {
     /// Additional attempts after the first, for failures that may pass.
     int maxRetries = 2;
     /// Back-off before retry n (from 0) is retryBaseDelayMs * 2^n, halved at
-    /// random (jitter), at most retryMaxDelayMs; a Retry-After is honoured up to retryMaxDelayMs.
+    /// random (jitter), at most retryMaxDelayMs. A Retry-After is honoured when
+    /// the wait and one more attempt fit in the request's budget; a longer one
+    /// ends the request with its error at once.
     long retryBaseDelayMs = 200;
     long retryMaxDelayMs = 10000;
     bool verifyPeer = true;
@@ -56,6 +65,16 @@ struct QVCPlatformConfiguration {
     /// Values from the environment that could not be used, one message each;
     /// every live request fails with these until they are fixed.
     std::vector<std::string> problems;
+
+    /// This configuration with every duration brought into 1..maxDurationMs
+    /// (the base delay into 0..retryMaxDelayMs) and maxRetries into
+    /// 0..maxRetriesLimit, so that no arithmetic on them can overflow.
+    QVCPlatformConfiguration bounded() const;
+
+    /// The longest a request may take, all attempts and the back-offs between
+    /// them included: (maxRetries + 1) * totalTimeoutMs + maxRetries *
+    /// retryMaxDelayMs, of the bounded configuration.
+    std::chrono::milliseconds requestBudget() const;
 
     /// base, with every variable above that is set in the environment laid over it.
     static QVCPlatformConfiguration fromEnvironment();

@@ -1,14 +1,13 @@
 #include "platform/QVCSimulationFile.h"
 
 #include <algorithm>
-#include <fstream>
-#include <iterator>
 #include <set>
 #include <sstream>
 #include <tuple>
 #include <utility>
 
 #include "platform/QVCErrorResponse.h"
+#include "platform/QVCFileText.h"
 #include "platform/QVCJSONParser.h"
 
 namespace {
@@ -123,11 +122,12 @@ private:
 }  // namespace
 
 std::shared_ptr<QVCSimulationFile> QVCSimulationFile::load(const std::string& path) {
-    std::ifstream stream(path, std::ios::binary);
-    if (!stream) {
-        throw Invalid("cannot read simulation file \"" + path + "\"");
+    std::string text;
+    try {
+        text = QVCFileText::read(path);
+    } catch (const QVCFileText::Unreadable& unreadable) {
+        throw Invalid(std::string("simulation file ") + unreadable.what());
     }
-    std::string text((std::istreambuf_iterator<char>(stream)), std::istreambuf_iterator<char>());
     auto parsed = QVCJSONParser::parse(text);
     if (!parsed.value) {
         throw Invalid("simulation file \"" + path + "\" is not JSON: " + parsed.error);
@@ -209,15 +209,16 @@ std::optional<std::size_t> QVCSimulationFile::match(const std::string& method, c
             ++literalSegments;
         }
         std::size_t literalValues = 0;
-        for (const auto& [name, value] : entry.query) {
+        for (const auto& parameter : entry.query) {
             if (!matches) {
                 break;
             }
-            auto given = std::find_if(query.begin(), query.end(), [&](const auto& pair) { return pair.first == name; });
+            auto given = std::find_if(query.begin(), query.end(),
+                                      [&](const auto& pair) { return pair.first == parameter.first; });
             if (given == query.end()) {
                 matches = false;
-            } else if (!isPlaceholder(value)) {
-                matches = given->second == value;
+            } else if (!isPlaceholder(parameter.second)) {
+                matches = given->second == parameter.second;
                 ++literalValues;
             }
         }

@@ -67,8 +67,11 @@ struct QVCSimulationWebServiceHandler::State {
             jobs.pop_front();
             bool cancelled = stopping;
             lock.unlock();
-            thread.deliver(job.completion,
-                           cancelled ? QVCTransportThread::cancelled(job.method, job.path) : answer(job));
+            if (cancelled) {
+                thread.deliver(job.completion, QVCTransportThread::cancelled(job.method, job.path));
+            } else {
+                thread.deliver(job.completion, job.method, job.path, [&] { return answer(job); });
+            }
             job = Job();  // release what the callback captured before the lock is taken again
             lock.lock();
         }

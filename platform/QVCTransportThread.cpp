@@ -29,6 +29,22 @@ void QVCTransportThread::deliver(const QVCResponseCompletion& completion, const 
     }
 }
 
+void QVCTransportThread::deliver(const QVCResponseCompletion& completion, const std::string& method,
+                                 const std::string& path, const std::function<QVCResponse()>& answer) const {
+    deliver(completion, computed(method, path, answer));
+}
+
+QVCResponse QVCTransportThread::computed(const std::string& method, const std::string& path,
+                                         const std::function<QVCResponse()>& answer) {
+    try {
+        return answer();
+    } catch (const std::exception& exception) {
+        return answerFailure(method, path, exception.what());
+    } catch (...) {
+        return answerFailure(method, path, "an exception of unknown type");
+    }
+}
+
 void QVCTransportThread::start(std::function<void()> loop) {
     thread_ = std::thread(std::move(loop));
 }
@@ -52,4 +68,11 @@ QVCResponse QVCTransportThread::cancelled(const std::string& method, const std::
     return QVCResponse(std::nullopt, {},
                        QVCErrorResponse::initWithErrorMessages({method + " " + path + ": cancelled"},
                                                                QVCErrorResponse::Kind::Cancelled));
+}
+
+QVCResponse QVCTransportThread::answerFailure(const std::string& method, const std::string& path,
+                                              const std::string& reason) {
+    return QVCResponse(std::nullopt, {},
+                       QVCErrorResponse::initWithErrorMessages(
+                           {method + " " + path + ": the answer could not be made (" + reason + ")"}));
 }

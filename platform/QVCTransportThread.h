@@ -28,6 +28,16 @@ public:
     /// Calls completion with response. An exception escaping it goes to the
     /// hook; one escaping the hook as well is dropped.
     void deliver(const QVCResponseCompletion& completion, const QVCResponse& response) const;
+    /// Calls completion with the response that answer computes, guarded as a
+    /// whole: an exception escaping answer becomes the error record of
+    /// answerFailure, so the completion is still called once.
+    void deliver(const QVCResponseCompletion& completion, const std::string& method, const std::string& path,
+                 const std::function<QVCResponse()>& answer) const;
+
+    /// The response answer computes; an exception escaping it becomes an error
+    /// record (see answerFailure) instead of leaving the transport's thread.
+    static QVCResponse computed(const std::string& method, const std::string& path,
+                                const std::function<QVCResponse()>& answer);
 
     /// Starts the thread running loop.
     void start(std::function<void()> loop);
@@ -38,6 +48,9 @@ public:
 
     /// The answer given to a request that was cancelled before it was answered.
     static QVCResponse cancelled(const std::string& method, const std::string& path);
+    /// The answer given to a request whose answer could not be computed:
+    /// "METHOD path: the answer could not be made (reason)", of kind General.
+    static QVCResponse answerFailure(const std::string& method, const std::string& path, const std::string& reason);
 
 private:
     mutable std::mutex mutex_;

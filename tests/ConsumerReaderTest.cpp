@@ -59,7 +59,8 @@ TEST(ConsumerReaderTest, MalformedBranchesRaiseNamingTheValue) {
          "cannot take element 0 of contactList: it holds 0 elements"},
     };
     for (const auto& [document, message] : cases) {
-        EXPECT_EQ(messageOf([&] { read(document); }), message) << document.dump();
+        const QVCJSON& malformed = document;
+        EXPECT_EQ(messageOf([&] { read(malformed); }), message) << document.dump();
     }
 }
 

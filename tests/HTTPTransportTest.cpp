@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <future>
+#include <limits>
 #include <map>
 #include <memory>
 #include <set>
@@ -14,7 +15,15 @@
 #include "platform/QVCEnvironment.h"
 #include "platform/QVCHTTPWebServiceHandler.h"
 
-#if defined(__SANITIZE_THREAD__)
+#if defined(__SANITIZE_THREAD__)  // g++
+#define QVC_THREAD_SANITIZER 1
+#elif defined(__has_feature)  // clang
+#if __has_feature(thread_sanitizer)
+#define QVC_THREAD_SANITIZER 1
+#endif
+#endif
+
+#if defined(QVC_THREAD_SANITIZER)
 // The test server's library is not built with ThreadSanitizer: its own atomics are
 // invisible to it, so the races it reports inside that library are not ours.
 extern "C" const char* __tsan_default_suppressions() {
@@ -55,6 +64,17 @@ protected:
             record(request);
             response.status = count("/busy") == 1 ? 429 : 200;
             response.set_header("Retry-After", "1");
+            response.set_content("{}", "application/json");
+        });
+        server.Get("/farFuture", [this](const httplib::Request& request, httplib::Response& response) {
+            record(request);
+            response.status = 503;
+            response.set_header("Retry-After", "10000000000000000");
+        });
+        server.Get("/past", [this](const httplib::Request& request, httplib::Response& response) {
+            record(request);
+            response.status = count("/past") == 1 ? 503 : 200;
+            response.set_header("Retry-After", "Wed, 21 Oct 2015 07:28:00 GMT");
             response.set_content("{}", "application/json");
         });
         auto slow = [this](const httplib::Request& request, httplib::Response& response) {
@@ -217,6 +237,18 @@ TEST_F(HTTPTransport, HonoursRetryAfter) {
     EXPECT_GE(std::chrono::steady_clock::now() - started, 900ms);
 }
 
+TEST_F(HTTPTransport, EndsARequestWhoseRetryAfterOutlastsItsBudgetAndRetriesOneInThePast) {
+    auto started = std::chrono::steady_clock::now();
+    QVCResponse response = ask("farFuture");
+    EXPECT_EQ(response.error() ? response.error()->httpStatus() : 0, 503) << describe(response);
+    EXPECT_EQ(count("/farFuture"), 1);
+    EXPECT_LT(std::chrono::steady_clock::now() - started, 5s) << "the request ends at once instead of waiting";
+
+    QVCResponse past = ask("past");
+    EXPECT_FALSE(past.error()) << describe(past);
+    EXPECT_EQ(count("/past"), 2);
+}
+
 TEST_F(HTTPTransport, EncodesWhatCannotStandInAURL) {
     EXPECT_EQ(QVCHTTPWebServiceHandler::encodeForURL("offers?offerCode=AB12&facilityId=7"),
               "offers?offerCode=AB12&facilityId=7");
@@ -301,6 +333,26 @@ TEST(PlatformConfiguration, LaysTheEnvironmentOverTheGivenSettingsAndNamesBadVal
     EXPECT_EQ(overlaid.maxRetries, 2);
     ASSERT_EQ(overlaid.problems.size(), 1u);
     EXPECT_THAT(overlaid.problems[0], HasSubstr("QVCONSUMER_MAX_RETRIES must be a whole number"));
+
+    ScopedEnvironment timeout("QVCONSUMER_TIMEOUT_MS", "86400001"), retries("QVCONSUMER_MAX_RETRIES", "11");
+    const auto tooLarge = QVCPlatformConfiguration::fromEnvironment(base).problems;
+    ASSERT_EQ(tooLarge.size(), 2u);
+    EXPECT_THAT(tooLarge[0], HasSubstr("QVCONSUMER_TIMEOUT_MS must be a whole number from 1 to 86400000"));
+    EXPECT_THAT(tooLarge[1], HasSubstr("QVCONSUMER_MAX_RETRIES must be a whole number from 0 to 10"));
+}
+
+TEST(PlatformConfiguration, BoundsDurationsBeforeComputingARequestsBudget) {
+    QVCPlatformConfiguration configuration;
+    EXPECT_EQ(configuration.requestBudget(), std::chrono::milliseconds(3 * 30000 + 2 * 10000));
+    configuration.totalTimeoutMs = std::numeric_limits<long>::max();
+    configuration.retryMaxDelayMs = std::numeric_limits<long>::max();
+    configuration.retryBaseDelayMs = -5;
+    configuration.maxRetries = std::numeric_limits<int>::max();
+    const QVCPlatformConfiguration bounded = configuration.bounded();
+    EXPECT_EQ(bounded.totalTimeoutMs, QVCPlatformConfiguration::maxDurationMs);
+    EXPECT_EQ(bounded.retryBaseDelayMs, 0);
+    EXPECT_EQ(bounded.maxRetries, QVCPlatformConfiguration::maxRetriesLimit);
+    EXPECT_EQ(configuration.requestBudget(), std::chrono::milliseconds(21 * QVCPlatformConfiguration::maxDurationMs));
 }
 
 TEST_F(HTTPTransport, ALiveManagerSendsTheLibrarysExactRequest) {

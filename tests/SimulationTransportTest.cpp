@@ -6,6 +6,7 @@
 #include <memory>
 #include <thread>
 
+#include "QVConsumer/QVCOffer.h"
 #include "TransportTestSupport.h"
 #include "platform/QVCJSONParser.h"
 #include "platform/QVCSimulationFile.h"
@@ -134,7 +135,8 @@ TEST(SimulationFile, LoaderRejectsMalformedFilesNamingEntryAndKey) {
          "entry 0, key \"answers\": must be a non-empty array"},
     };
     for (const auto& [document, expected] : cases) {
-        EXPECT_THAT(messageOf<QVCSimulationFile::Invalid>([&] { QVCSimulationFile::fromDocument(document, "test"); }),
+        const QVCJSON& malformed = document;
+        EXPECT_THAT(messageOf<QVCSimulationFile::Invalid>([&] { QVCSimulationFile::fromDocument(malformed, "test"); }),
                     HasSubstr(expected))
             << document.dump();
     }
@@ -153,13 +155,16 @@ TEST(SimulationTransport, AnswersOnItsOwnThreadOneAtATime) {
     EXPECT_NE(threads[0], std::this_thread::get_id());
 }
 
-TEST(SimulationTransport, ReportsAMissingUnreadableOrInvalidFile) {
+TEST(SimulationTransport, ReportsAMissingDirectoryOrInvalidFileOnceEach) {
     SimulationFileOnDisk broken("{\"entries\": [ {\"method\": \"GET\", ");
     SimulationFileOnDisk invalid(R"({"entries": [{"method": "GET", "path": "a"}]})");
     QVCSimulationWebServiceHandler handler;
     EXPECT_THAT(ask(handler, std::nullopt), HasSubstr("GET a: no simulation file was given"));
     EXPECT_THAT(ask(handler, "/nonexistent/Simulate.json"),
-                HasSubstr("cannot read simulation file \"/nonexistent/Simulate.json\""));
+                HasSubstr("simulation file \"/nonexistent/Simulate.json\" does not exist"));
+    // A directory once made the file stream throw on the transport's thread and end the process.
+    EXPECT_THAT(ask(handler, broken.folder.path().string()),
+                HasSubstr("simulation file \"" + broken.folder.path().string() + "\" is a directory, not a file"));
     EXPECT_THAT(ask(handler, broken.path()), HasSubstr("is not JSON"));
     EXPECT_THAT(ask(handler, invalid.path()), HasSubstr("entry 0, key \"answer\""));
 }
@@ -207,6 +212,36 @@ TEST(SimulationTransport, DestructionCancelsWaitingRequestsOnceEach) {
         EXPECT_EQ(kindOf(answer), QVCErrorResponse::Kind::Cancelled);
         EXPECT_THAT(describe(answer), HasSubstr("GET a: cancelled"));
     }
+}
+
+TEST(SimulationTransport, TheManagersStateMayBeUsedFromTheCallersAndTheTransportsThreads) {
+    // Each round starts with the transport idle, so that its answers (which
+    // write the balance and read the clock and the simulation path) overlap
+    // the caller's authentication (which clears the balance), rules check,
+    // clock and path: ThreadSanitizer reports any of these that race.
+    auto manager = makeSimulationManager("1001");
+    ASSERT_TRUE(manager && manager->simulatePath());
+    const auto path = manager->simulatePath();
+    auto waitFor = [](std::promise<void>& done) {
+        return done.get_future().wait_for(std::chrono::seconds(10)) == std::future_status::ready;
+    };
+    std::promise<void> warmedUp;
+    manager->retrieveLoyaltyInfo([&](auto, auto, auto, auto) { warmedUp.set_value(); });
+    ASSERT_TRUE(waitFor(warmedUp));
+    for (int round = 0; round < 20; ++round) {
+        std::promise<void> balance, redeemed, authenticated;
+        manager->retrieveLoyaltyInfo([&](auto, auto, auto, auto) { balance.set_value(); });
+        manager->redeemOfferWithAmount("5", "SAVE10", "R", [&](auto, auto, auto) { redeemed.set_value(); });
+        manager->authenticateConsumerWithUserName("jdoe", [&](auto, auto, auto) { authenticated.set_value(); });
+        bool passed = false;
+        manager->offerRulesCheck(std::make_shared<QVCOffer>(), "10", nullptr, [&](bool ok, auto) { passed = ok; });
+        manager->setClock([] { return std::chrono::system_clock::time_point(); });
+        manager->setSimulatePath(path);
+        ASSERT_TRUE(waitFor(balance) && waitFor(redeemed) && waitFor(authenticated)) << "round " << round;
+        EXPECT_TRUE(passed);
+    }
+    const auto loyalty = manager->loyalty();
+    EXPECT_TRUE(loyalty == "" || loyalty == "1250") << loyalty.value_or("(none)");
 }
 
 }  // namespace

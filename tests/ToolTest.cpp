@@ -145,9 +145,16 @@ TEST(ToolFailures, HaveOneLineMessagesAndDocumentedStatuses) {
         {{"validate", "SAVE10", "--item", "12"}, 2, "basket item \"12\" is not ID:PRICE[:QUANTITY]"},
         {{"redeem", "SAVE10", "--amount", "ten", "--reference", "R"}, 2, "amount \"ten\" is not a number"},
         {{"rules-check", "SAVE10", "--cart-total", "1,5"}, 2, "cart total \"1,5\" is not a number"},
-        {{"sign-up", "--profile", missing.string()}, 2, "cannot read profile file"},
+        {{"sign-up", "--profile", missing.string()}, 2, "profile file \"" + missing.string() + "\" does not exist"},
+        {{"sign-up", "--profile", folder.path().string()}, 2, "is a directory, not a file"},
         {{"sign-up", "--profile", invalid.string()}, 2, "is not valid JSON"},
         {{"--simulation-file", missing.string(), "loyalty"}, 2, "does not exist"},
+        {{"--simulation-file", folder.path().string(), "loyalty"}, 2, "is a directory, not a file"},
+        {{"--timeout-ms", "86400001", "loyalty"}, 2, "not in range 1 to 86400000"},
+        {{"--timeout-ms", "9223372036854775807", "loyalty"}, 2, "not in range 1 to 86400000"},
+        {{"--timeout-ms", "99999999999999999999", "loyalty"}, 2, "not in range 1 to 86400000"},
+        {{"--company-id", "99999999999999999999", "loyalty"}, 2, "--company-id: must be a whole number from 0 to"},
+        {{"--facility-id", "-1", "loyalty"}, 2, "--facility-id: must be a whole number from 0 to"},
         {{"--env", "live", "loyalty"}, 2, "the live environment needs --app-id and --app-key"},
         {{"--env", "live", "--app-id", "a", "--app-key", "k", "loyalty"}, 2, "needs --service-url"},
         {{"authenticate", "nobody"}, 3, "authenticate \"nobody\" failed: 404"},
@@ -171,6 +178,15 @@ TEST(ToolFailures, HaveOneLineMessagesAndDocumentedStatuses) {
         EXPECT_THAT(run.err, HasSubstr(message));
         EXPECT_EQ(run.out, "") << message;
     }
+}
+
+TEST(ToolFailures, TheLargestTimeoutAndIdsAreAcceptedAndWaitedFor) {
+    // The wait limit is computed from the largest values without overflowing:
+    // the simulation's answer is awaited, not given up on at once.
+    const ToolRun run = runTool({"--timeout-ms", "86400000", "--company-id", "9223372036854775807", "--facility-id",
+                                 "9223372036854775807", "--user", "jdoe", "loyalty"});
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_THAT(run.out, HasSubstr("points: 1250"));
 }
 
 }  // namespace

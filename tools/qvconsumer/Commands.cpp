@@ -1,7 +1,6 @@
 #include "Commands.h"
 
 #include <charconv>
-#include <fstream>
 #include <iostream>
 #include <sstream>
 
@@ -15,6 +14,7 @@
 #include "QVConsumer/QVCProduct.h"
 #include "QVConsumer/QVCReservationProduct.h"
 #include "Table.h"
+#include "platform/QVCFileText.h"
 
 namespace {
 
@@ -67,12 +67,14 @@ std::shared_ptr<QVCProduct> parseBasketItem(const std::string& item) {
 }
 
 nlohmann::json readProfileFile(const std::string& path) {
-    std::ifstream file(path);
-    if (!file) {
-        throw Failure(ExitUsage, "cannot read profile file \"" + path + "\"");
+    std::string text;
+    try {
+        text = QVCFileText::read(path);
+    } catch (const QVCFileText::Unreadable& unreadable) {
+        throw Failure(ExitUsage, std::string("profile file ") + unreadable.what());
     }
     try {
-        return nlohmann::json::parse(file);
+        return nlohmann::json::parse(text);
     } catch (const nlohmann::json::parse_error& error) {
         throw Failure(ExitUsage, "profile file \"" + path + "\" is not valid JSON: " + error.what());
     }

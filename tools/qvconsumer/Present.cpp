@@ -195,7 +195,9 @@ void applyProfile(QVCConsumerInfo& consumer, const nlohmann::json& profile, cons
     if (!profile.is_object()) {
         throw Failure(ExitUsage, source + ": the profile must be a JSON object");
     }
-    for (const auto& [key, value] : profile.items()) {
+    for (const auto& member : profile.items()) {
+        const std::string& key = member.key();
+        const nlohmann::json& value = member.value();
         auto refuse = [&](const std::string& why) { throw Failure(ExitUsage, source + ": \"" + key + "\" " + why); };
         if (key == "consumerID") {
             if (!value.is_number_integer()) {

@@ -1,23 +1,19 @@
 #include "Session.h"
 
-#include <filesystem>
-
 #include "platform/QVCEnvironment.h"
+#include "platform/QVCFileText.h"
 #include "platform/QVCPlatformConfiguration.h"
 
 namespace {
 
-/// How long the tool waits for an operation's completion. Live: every attempt
-/// of each of up to two requests (redemption makes two), with back-off between
-/// attempts, plus a margin. The simulation answers at once and never retries:
-/// the time limit alone.
+/// How long the tool waits for an operation's completion: the budget of each
+/// of up to two requests (redemption makes two) plus a margin. The simulation
+/// answers at once and never retries: the time limit alone.
 std::chrono::milliseconds waitLimit(const QVCPlatformConfiguration& configuration, bool live) {
     if (!live) {
-        return std::chrono::milliseconds(configuration.totalTimeoutMs);
+        return std::chrono::milliseconds(configuration.bounded().totalTimeoutMs);
     }
-    long attempts = configuration.maxRetries + 1;
-    long perRequest = configuration.totalTimeoutMs * attempts + configuration.retryMaxDelayMs * (attempts - 1);
-    return std::chrono::milliseconds(2 * perRequest + 2000);
+    return 2 * configuration.requestBudget() + std::chrono::milliseconds(2000);
 }
 
 }  // namespace
@@ -72,9 +68,10 @@ Session::Session(const GlobalOptions& options) : options_(options) {
     waitLimit_ = waitLimit(configuration, environment == QVCEnvironmentLive);
 
     if (options.simulationFile) {
-        std::error_code error;
-        if (!std::filesystem::is_regular_file(*options.simulationFile, error)) {
-            throw Failure(ExitUsage, "simulation file \"" + *options.simulationFile + "\" does not exist");
+        try {
+            QVCFileText::read(*options.simulationFile);
+        } catch (const QVCFileText::Unreadable& unreadable) {
+            throw Failure(ExitUsage, std::string("simulation file ") + unreadable.what());
         }
         manager_->setSimulatePath(*options.simulationFile);
     } else if (environment == QVCEnvironmentSimulation && !manager_->simulatePath()) {

@@ -1,13 +1,31 @@
 // qvconsumer: the command-line tool over the QVConsumer library.
 #include <CLI/CLI.hpp>
 
+#include <charconv>
 #include <functional>
 #include <iostream>
+#include <limits>
 
 #include "Commands.h"
 #include "Session.h"
+#include "platform/QVCPlatformConfiguration.h"
 
 namespace {
+
+/// Refuses an id that is not a whole number from 0 to the largest signed
+/// 64-bit integer; CLI11 alone would read a larger one as that largest value.
+const CLI::Validator identifier(
+    [](const std::string& text) -> std::string {
+        std::int64_t value = 0;
+        const char* end = text.data() + text.size();
+        auto result = std::from_chars(text.data(), end, value);
+        if (text.empty() || result.ec != std::errc() || result.ptr != end || value < 0) {
+            return "must be a whole number from 0 to " + std::to_string(std::numeric_limits<std::int64_t>::max()) +
+                   ", not \"" + text + "\"";
+        }
+        return {};
+    },
+    "ID");
 
 void addProfileOptions(CLI::App& command, ProfileOptions& profile) {
     command.add_option("--profile", profile.file, "JSON file holding the profile (as printed by --json)");
@@ -46,13 +64,14 @@ int main(int argc, char** argv) {
         ->envname("QVCONSUMER_SERVICE_URL");
     app.add_option("--app-id", options.appID, "application id (live)")->envname("QVCONSUMER_APP_ID");
     app.add_option("--app-key", options.appKey, "application key (live)")->envname("QVCONSUMER_APP_KEY");
-    app.add_option("--company-id", options.companyID, "company id")->capture_default_str();
-    app.add_option("--facility-id", options.facilityID, "facility id")->capture_default_str();
+    app.add_option("--company-id", options.companyID, "company id")->check(identifier)->capture_default_str();
+    app.add_option("--facility-id", options.facilityID, "facility id")->check(identifier)->capture_default_str();
     app.add_option("--consumer-id", options.consumerID, "act for this consumer id");
     app.add_option("--user", options.userName, "authenticate this user name first and act for that consumer");
     app.add_option("--simulation-file", options.simulationFile, "simulation file to answer from");
-    app.add_option("--timeout-ms", options.timeoutMs, "time limit of one request attempt, in milliseconds")
-        ->check(CLI::PositiveNumber);
+    app.add_option("--timeout-ms", options.timeoutMs,
+                   "time limit of one request attempt, in milliseconds (at most one day, 86400000)")
+        ->check(CLI::Range(1L, QVCPlatformConfiguration::maxDurationMs));
     app.add_flag("--json", options.json, "print JSON only, for programs");
 
     std::function<int(Session&)> command;
