@@ -3,6 +3,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "QVConsumer/OfferRules.h"
@@ -13,6 +14,11 @@
 /// tied to and its image.
 struct OfferDetails {
     using Products = std::vector<std::shared_ptr<QVCReservationProduct>>;
+
+    OfferDetails() = default;
+    /// Details with the given rules and type, made without the default ones.
+    OfferDetails(std::shared_ptr<OfferRules> rules, std::shared_ptr<OfferType> offerType)
+        : rule(std::move(rules)), type(std::move(offerType)) {}
 
     std::shared_ptr<OfferRules> rule = std::make_shared<OfferRules>();
     std::shared_ptr<OfferType> type = std::make_shared<OfferType>();

@@ -8,6 +8,7 @@
 #include "QVConsumer/QVCPLoyaltyDetails.h"
 #include "QVConsumer/QVCPersonalInfo.h"
 #include "QVConsumer/QVCPreference.h"
+#include "platform/QVCAnswerDocument.h"
 #include "platform/QVCJSON.h"
 #include "platform/QVCoreConsumerInfo.h"
 
@@ -49,6 +50,8 @@ struct QVCConsumerInfo : QVCoreConsumerInfo {
     /// for a present but empty list, a value of the wrong kind where an object
     /// or list is needed, a flag that is present but not text, and a JSON null
     /// as element 0 of a contact's "address", "email" or "phone" or of "company".
+    static std::shared_ptr<QVCConsumerInfo> initWithResponse(QVCAnswerValue document);
+    /// The same for a document built in memory: written as JSON text and parsed once.
     static std::shared_ptr<QVCConsumerInfo> initWithResponse(const QVCJSON& document);
 
 private:

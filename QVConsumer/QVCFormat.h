@@ -5,6 +5,7 @@
 #include <string>
 #include <type_traits>
 
+#include "platform/QVCAnswerDocument.h"
 #include "platform/QVCJSON.h"
 
 /// The texts the library writes: the "%@" text of a value, request paths
@@ -21,6 +22,12 @@ public:
     /// An absent text becomes "(null)".
     static std::string object(const std::optional<std::string>& text);
     static std::string object(const std::optional<QVCJSON>& value);
+    /// The same for a value of an answer.
+    static std::string object(QVCAnswerValue value);
+
+    /// The shortest decimal text that reads back as the same double, in the
+    /// "%g" style (3.0 gives "3", 1e21 gives "1e+21").
+    static std::string number(double value);
 
     /// The "%@" texts of the parts, joined: format("a/", id, "/b") reads "a/42/b".
     /// Integers are written in decimal.

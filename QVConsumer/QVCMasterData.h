@@ -7,6 +7,7 @@
 #include "QVConsumer/QVCCountry.h"
 #include "QVConsumer/QVCMasterType.h"
 #include "QVConsumer/QVCState.h"
+#include "platform/QVCAnswerDocument.h"
 #include "platform/QVCJSON.h"
 
 /// The service's reference lists, from which sign-up and profile forms offer
@@ -49,5 +50,7 @@ struct QVCMasterData {
     /// null, an array, an object), or the country list is longer than a
     /// present occupation list. Messages name the list, index and key, e.g.
     /// "ageRangeTypes[2].sortOrder is null and has no integer value".
+    static std::shared_ptr<QVCMasterData> initWithResponse(QVCAnswerValue document);
+    /// The same for a document built in memory: written as JSON text and parsed once.
     static std::shared_ptr<QVCMasterData> initWithResponse(const QVCJSON& document);
 };

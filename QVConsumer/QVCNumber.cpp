@@ -1,12 +1,10 @@
 #include "QVConsumer/QVCNumber.h"
 
+#include <algorithm>
 #include <cctype>
 #include <charconv>
 #include <cmath>
 #include <limits>
-
-#include "QVConsumer/QVCDocument.h"
-#include "QVConsumer/QVCException.h"
 
 namespace {
 
@@ -37,10 +35,6 @@ std::int64_t clampToInt64(double value) {
         return std::numeric_limits<std::int64_t>::min();
     }
     return static_cast<std::int64_t>(value);
-}
-
-[[noreturn]] void throwNoNumber(const QVCJSON& value, std::string_view what, const char* kind) {
-    throw QVCException(std::string(what) + " is " + QVCDocument::kindName(value) + " and has no " + kind + " value");
 }
 
 std::int64_t leadingInteger(std::string_view text) {
@@ -121,50 +115,30 @@ double QVCNumber::doubleValue(const std::optional<std::string>& text) {
     return text ? leadingDouble(*text) : 0.0;
 }
 
-std::int64_t QVCNumber::integerValue(const QVCJSON* value, std::string_view what) {
-    if (value == nullptr) {
-        return 0;
-    }
-    switch (value->type()) {
-        case QVCJSON::value_t::string: return leadingInteger(value->get_ref<const std::string&>());
-        case QVCJSON::value_t::number_integer: return value->get<std::int64_t>();
-        case QVCJSON::value_t::number_unsigned: {
-            auto number = value->get<std::uint64_t>();
+std::optional<std::int64_t> QVCNumber::integerValue(QVCAnswerValue value) {
+    switch (value.type()) {
+        case simdjson::dom::element_type::STRING: return leadingInteger(std::string_view(value));
+        case simdjson::dom::element_type::INT64: return std::int64_t(value);
+        case simdjson::dom::element_type::UINT64: {
+            const std::uint64_t number = value;
             return number > static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max())
                        ? std::numeric_limits<std::int64_t>::max()
                        : static_cast<std::int64_t>(number);
         }
-        case QVCJSON::value_t::number_float: return clampToInt64(value->get<double>());
-        case QVCJSON::value_t::boolean: return value->get<bool>() ? 1 : 0;
-        default: throwNoNumber(*value, what, "integer");
+        case simdjson::dom::element_type::DOUBLE: return clampToInt64(double(value));
+        case simdjson::dom::element_type::BOOL: return bool(value) ? 1 : 0;
+        default: return std::nullopt;
     }
 }
 
-std::int32_t QVCNumber::intValue(const QVCJSON* value, std::string_view what) {
-    std::int64_t wide = integerValue(value, what);
-    if (value != nullptr && value->is_string()) {
-        if (wide > std::numeric_limits<std::int32_t>::max()) {
-            return std::numeric_limits<std::int32_t>::max();
-        }
-        if (wide < std::numeric_limits<std::int32_t>::min()) {
-            return std::numeric_limits<std::int32_t>::min();
-        }
+std::optional<std::int32_t> QVCNumber::intValue(QVCAnswerValue value) {
+    const auto wide = integerValue(value);
+    if (!wide) {
+        return std::nullopt;
     }
-    return static_cast<std::int32_t>(static_cast<std::uint32_t>(static_cast<std::uint64_t>(wide)));
-}
-
-double QVCNumber::doubleValue(const QVCJSON* value, std::string_view what) {
-    if (value == nullptr || value->is_null()) {
-        return 0.0;
+    if (value.is_string()) {
+        return static_cast<std::int32_t>(std::clamp<std::int64_t>(*wide, std::numeric_limits<std::int32_t>::min(),
+                                                                  std::numeric_limits<std::int32_t>::max()));
     }
-    if (value->is_string()) {
-        return leadingDouble(value->get_ref<const std::string&>());
-    }
-    if (value->is_number()) {
-        return value->get<double>();
-    }
-    if (value->is_boolean()) {
-        return value->get<bool>() ? 1.0 : 0.0;
-    }
-    throwNoNumber(*value, what, "numeric");
+    return static_cast<std::int32_t>(static_cast<std::uint32_t>(static_cast<std::uint64_t>(*wide)));
 }

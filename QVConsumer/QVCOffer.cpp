@@ -16,7 +16,7 @@ std::shared_ptr<OfferRules> readRules(const QVCReader& rules) {
 
 std::shared_ptr<OfferType> readType(const QVCReader& offerType) {
     auto type = std::make_shared<OfferType>();
-    type->typeDescription = offerType.asIs("type");
+    type->typeDescription = offerType.text("type");
     type->percentOff = offerType.formatted("dollarPercentageOff");
     type->amountOff = offerType.formatted("dollarAmountOff");
     type->cardNumber = offerType.formatted("punchCardNumber");
@@ -28,35 +28,40 @@ std::shared_ptr<OfferType> readType(const QVCReader& offerType) {
 /// product defaults (price "0", quantity 0).
 std::shared_ptr<QVCReservationProduct> readAssociatedProduct(const QVCReader& element) {
     auto product = std::make_shared<QVCReservationProduct>();
-    product->name = element.asIs("productName");
+    product->name = element.text("productName");
     product->productId = element.integer("productId");
     return product;
 }
 
 }  // namespace
 
-std::shared_ptr<QVCOffer> QVCOffer::initWithResponse(const QVCJSON& response) {
+std::shared_ptr<QVCOffer> QVCOffer::initWithResponse(QVCAnswerValue response) {
     const QVCReader document(response, "offer document");
-    auto offer = std::make_shared<QVCOffer>();
-    offer->consumerOfferId = document.asIs("consumerOfferId");
-    offer->offerCode = document.asIs("offerCode");
+    auto offer = std::make_shared<QVCOffer>(nullptr);
+    offer->consumerOfferId = document.text("consumerOfferId");
+    offer->offerCode = document.text("offerCode");
 
     const QVCReader body = document.member("offer");
     offer->offerId = body.formatted("offerId");
-    offer->offerName = body.asIs("offerName");
-    offer->promoCode = body.asIs("promoCode");
-    offer->offerDescription = body.asIs("offerDescription");
+    offer->offerName = body.text("offerName");
+    offer->promoCode = body.text("promoCode");
+    offer->offerDescription = body.text("offerDescription");
 
     const QVCReader details = body.member("offerDetails");
     auto rule = readRules(details.member("offerRules"));
     auto type = readType(details.member("offerType"));
-    auto products = details.list<std::shared_ptr<QVCReservationProduct>>("associatedProduct", &readAssociatedProduct);
+    OfferDetails::Products products;
+    const QVCReader associated = details.child("associatedProduct");
+    products.reserve(associated.count());
+    associated.forEach([&](const QVCReader& element) { products.push_back(readAssociatedProduct(element)); });
 
-    auto offerDetails = std::make_shared<OfferDetails>();
-    offerDetails->imageURL = details.asIs("imageURL");
-    offerDetails->type = std::move(type);
-    offerDetails->rule = std::move(rule);
+    auto offerDetails = std::make_shared<OfferDetails>(std::move(rule), std::move(type));
+    offerDetails->imageURL = details.text("imageURL");
     offerDetails->products = std::move(products);
     offer->offerDetails = std::move(offerDetails);
     return offer;
+}
+
+std::shared_ptr<QVCOffer> QVCOffer::initWithResponse(const QVCJSON& response) {
+    return QVCReader::read<QVCOffer>(response);
 }

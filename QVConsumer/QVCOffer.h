@@ -3,13 +3,19 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "QVConsumer/OfferDetails.h"
+#include "platform/QVCAnswerDocument.h"
 #include "platform/QVCJSON.h"
 
 /// One offer as the service knows it. A record made here has empty texts
 /// everywhere but offerDescription, which is absent, and fresh details.
 struct QVCOffer {
+    QVCOffer() = default;
+    /// An offer whose details are given (none: to be set by the caller).
+    explicit QVCOffer(std::shared_ptr<OfferDetails> details) : offerDetails(std::move(details)) {}
+
     /// The offer's id as assigned to this consumer; redemption puts it in its path.
     std::optional<std::string> consumerOfferId = "";
     std::optional<std::string> offerId = "";
@@ -30,5 +36,7 @@ struct QVCOffer {
     /// products are plain reservation products with only name and productId.
     /// Throws QVCException when an intermediate object or a product is present
     /// but not an object, or the product list is not a list.
+    static std::shared_ptr<QVCOffer> initWithResponse(QVCAnswerValue response);
+    /// The same for a document built in memory: written as JSON text and parsed once.
     static std::shared_ptr<QVCOffer> initWithResponse(const QVCJSON& response);
 };

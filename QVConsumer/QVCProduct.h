@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 
+#include "platform/QVCAnswerDocument.h"
 #include "platform/QVCJSON.h"
 
 /// One product line of a basket, as the host builds it for validation and as
@@ -26,6 +27,8 @@ struct QVCProduct {
     /// Reads "productId" and "productQuantity" as integers, "productDescription"
     /// and "productPrice" as is. Every member is read, so the defaults above do
     /// not survive: a missing "productId" gives 0, a missing price none.
+    static std::shared_ptr<QVCProduct> initWithResponse(QVCAnswerValue response);
+    /// The same for a document built in memory: written as JSON text and parsed once.
     static std::shared_ptr<QVCProduct> initWithResponse(const QVCJSON& response);
 
     /// {"productId", "productQuantity" (integers), "productPrice",

@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 
+#include "platform/QVCAnswerDocument.h"
 #include "platform/QVCJSON.h"
 
 class QVCReader;
@@ -17,6 +18,8 @@ struct QVCProductCatagory {
 
     /// Reads "categorytId" (spelled so; a "categoryId" member is not read, so
     /// its id stays 0) as an integer and "categoryName" as is.
+    static std::shared_ptr<QVCProductCatagory> initWithResponse(QVCAnswerValue response);
+    /// The same for a document built in memory: written as JSON text and parsed once.
     static std::shared_ptr<QVCProductCatagory> initWithResponse(const QVCJSON& response);
     /// The same reading over an element of an enclosing document.
     static std::shared_ptr<QVCProductCatagory> read(const QVCReader& document);

@@ -3,7 +3,6 @@
 #include <cctype>
 #include <utility>
 
-#include "QVConsumer/QVCDocument.h"
 #include "QVConsumer/QVCException.h"
 #include "QVConsumer/QVCFormat.h"
 #include "QVConsumer/QVCNumber.h"
@@ -11,9 +10,22 @@
 
 namespace {
 
+const char* kindName(QVCAnswerValue value) {
+    switch (value.type()) {
+        case simdjson::dom::element_type::STRING: return "a string";
+        case simdjson::dom::element_type::INT64:
+        case simdjson::dom::element_type::UINT64:
+        case simdjson::dom::element_type::DOUBLE: return "a number";
+        case simdjson::dom::element_type::BOOL: return "a boolean";
+        case simdjson::dom::element_type::OBJECT: return "an object";
+        case simdjson::dom::element_type::ARRAY: return "an array";
+        default: return "null";
+    }
+}
+
 /// The truth value of a text: after blanks, one sign and leading zeros, the
 /// first character decides.
-bool textTruthValue(const std::string& text) {
+bool textTruthValue(std::string_view text) {
     std::size_t position = 0;
     while (position < text.size() && std::isspace(static_cast<unsigned char>(text[position])) != 0) {
         ++position;
@@ -31,86 +43,189 @@ bool textTruthValue(const std::string& text) {
     return first == 'Y' || first == 'y' || first == 'T' || first == 't' || (first >= '1' && first <= '9');
 }
 
-const QVCJSON& emptyArray() {
-    static const QVCJSON empty = QVCJSON::array();
-    return empty;
-}
-
 }  // namespace
 
-QVCReader::QVCReader(const QVCJSON& document, std::string documentName)
-    : QVCReader(&document, std::move(documentName), false) {}
+QVCReader::QVCReader(QVCAnswerValue value, const char* name) : value_(value), name_(name), steps_{} {}
 
-QVCReader::QVCReader(const QVCJSON* document, std::string name, bool nested)
-    : document_(document), name_(std::move(name)), nested_(nested) {}
-
-std::string QVCReader::pathOf(const std::string& key) const {
-    return nested_ ? name_ + "." + key : key;
-}
-
-const QVCJSON* QVCReader::lookUp(const std::string& key) const {
-    if (document_ == nullptr) {
-        return nullptr;
+std::shared_ptr<const QVCAnswerDocument> QVCReader::parse(const QVCJSON& document) {
+    auto parsed = QVCAnswerDocument::fromJSON(document);
+    if (!parsed.document) {
+        throw QVCException("the document cannot be read: " + parsed.error);
     }
-    return QVCDocument::valueForKey(*document_, key, name_);
+    return parsed.document;
 }
 
-const QVCJSON& QVCReader::value(const std::string& key) const {
+QVCReader::QVCReader(const QVCReader& parent, std::optional<QVCAnswerValue> value, Step step) : QVCReader(parent) {
+    value_ = value;
+    if (depth_ < maxSteps) {
+        steps_[depth_] = step;
+    }
+    ++depth_;
+}
+
+std::string QVCReader::path() const {
+    if (depth_ == 0) {
+        return name_;
+    }
+    std::string text;
+    for (std::size_t index = 0; index < depth_ && index < maxSteps; ++index) {
+        const Step& step = steps_[index];
+        if (step.key != nullptr) {
+            text += (index == 0 ? "" : ".") + std::string(step.key);
+        } else {
+            text += (index == 0 ? std::string(name_) : std::string()) + "[" + std::to_string(step.index) + "]";
+        }
+    }
+    return depth_ > maxSteps ? text + "..." : text;
+}
+
+std::string QVCReader::pathOf(const char* key) const {
+    return depth_ == 0 ? std::string(key) : path() + "." + key;
+}
+
+std::optional<QVCAnswerValue> QVCReader::lookUp(const char* key) const {
+    if (!value_) {
+        return std::nullopt;
+    }
+    if (!value_->is_object()) {
+        throw QVCException("cannot read key \"" + std::string(key) + "\" of " + path() + ": it is " +
+                           kindName(*value_) + ", not an object");
+    }
+    return QVCAnswerDocument::find(*value_, key);
+}
+
+std::optional<QVCAnswerValue> QVCReader::filtered(const char* key) const {
     return QVCUtility::getNonNullValue(lookUp(key));
 }
 
-QVCReader QVCReader::member(const std::string& key) const {
-    return QVCReader(lookUp(key), pathOf(key), true);
+QVCReader QVCReader::member(const char* key) const {
+    return QVCReader(*this, lookUp(key), Step{key, 0});
 }
 
-std::optional<std::string> QVCReader::asIs(const std::string& key) const {
-    const QVCJSON& leaf = value(key);
-    if (leaf.is_null()) {
+QVCReader QVCReader::child(const char* key) const {
+    return QVCReader(*this, filtered(key), Step{key, 0});
+}
+
+QVCReader QVCReader::first(const char* key) const {
+    return child(key).element(0);
+}
+
+QVCReader QVCReader::firstFiltered(const char* key) const {
+    QVCReader element = first(key);
+    element.value_ = QVCUtility::getNonNullValue(element.value_);
+    return element;
+}
+
+std::size_t QVCReader::count() const {
+    if (!value_) {
+        return 0;
+    }
+    if (!value_->is_array()) {
+        throw QVCException("cannot count the elements of " + path() + ": it is " + kindName(*value_) +
+                           ", not an array");
+    }
+    return simdjson::dom::array(*value_).size();
+}
+
+QVCReader QVCReader::element(std::size_t index) const {
+    if (!value_) {
+        return QVCReader(*this, std::nullopt, Step{nullptr, index});
+    }
+    if (!value_->is_array()) {
+        throw QVCException("cannot take element " + std::to_string(index) + " of " + path() + ": it is " +
+                           kindName(*value_) + ", not an array");
+    }
+    auto found = simdjson::dom::array(*value_).at(index);
+    if (found.error()) {
+        throw QVCException("cannot take element " + std::to_string(index) + " of " + path() + ": it holds " +
+                           std::to_string(simdjson::dom::array(*value_).size()) + " elements");
+    }
+    return QVCReader(*this, found.value_unsafe(), Step{nullptr, index});
+}
+
+std::optional<std::string> QVCReader::text(const char* key) const {
+    const auto leaf = filtered(key);
+    if (!leaf) {
         return std::nullopt;
     }
-    return QVCFormat::object(leaf);
+    return QVCFormat::object(*leaf);
 }
 
-std::string QVCReader::formatted(const std::string& key) const {
-    return QVCFormat::object(value(key));
+std::string QVCReader::formatted(const char* key) const {
+    const auto leaf = filtered(key);
+    return leaf ? QVCFormat::object(*leaf) : std::string("(null)");
 }
 
-std::int64_t QVCReader::integer(const std::string& key) const {
-    const QVCJSON& leaf = value(key);
-    return leaf.is_null() ? 0 : QVCNumber::integerValue(&leaf, pathOf(key));
+std::int64_t QVCReader::integer(const char* key) const {
+    const auto leaf = filtered(key);
+    return leaf ? integerOf(key, *leaf) : 0;
 }
 
-bool QVCReader::present(const std::string& key) const {
-    return !value(key).is_null();
+std::int64_t QVCReader::integerOrRaise(const char* key) const {
+    const auto leaf = lookUp(key);
+    return leaf ? integerOf(key, *leaf) : 0;
 }
 
-bool QVCReader::truthValue(const std::string& key) const {
-    const QVCJSON* leaf = lookUp(key);
-    if (leaf == nullptr) {
+std::int32_t QVCReader::int32(const char* key) const {
+    const auto leaf = filtered(key);
+    if (!leaf) {
+        return 0;
+    }
+    if (const auto number = QVCNumber::intValue(*leaf)) {
+        return *number;
+    }
+    raiseNoInteger(key, *leaf);
+}
+
+std::int64_t QVCReader::integerOf(const char* key, QVCAnswerValue leaf) const {
+    if (const auto number = QVCNumber::integerValue(leaf)) {
+        return *number;
+    }
+    raiseNoInteger(key, leaf);
+}
+
+void QVCReader::raiseNoInteger(const char* key, QVCAnswerValue leaf) const {
+    throw QVCException(pathOf(key) + " is " + kindName(leaf) + " and has no integer value");
+}
+
+bool QVCReader::present(const char* key) const {
+    return filtered(key).has_value();
+}
+
+bool QVCReader::has(const char* key) const {
+    return lookUp(key).has_value();
+}
+
+bool QVCReader::flag(const char* key) const {
+    const auto leaf = filtered(key);
+    if (!leaf) {
+        return false;
+    }
+    if (!leaf->is_string()) {
+        throw QVCException(pathOf(key) + " is " + kindName(*leaf) + ", not a string");
+    }
+    return std::string_view(*leaf) == "Y";
+}
+
+bool QVCReader::truthValue(const char* key) const {
+    const auto leaf = lookUp(key);
+    if (!leaf) {
         return false;
     }
     switch (leaf->type()) {
-        case QVCJSON::value_t::boolean: return leaf->get<bool>();
-        case QVCJSON::value_t::number_integer:
-        case QVCJSON::value_t::number_unsigned:
-        case QVCJSON::value_t::number_float: return leaf->get<double>() != 0.0;
-        case QVCJSON::value_t::string: return textTruthValue(leaf->get_ref<const std::string&>());
-        default: throw QVCException(pathOf(key) + " is " + QVCDocument::kindName(*leaf) + " and has no truth value");
+        case simdjson::dom::element_type::BOOL: return bool(*leaf);
+        case simdjson::dom::element_type::INT64:
+        case simdjson::dom::element_type::UINT64:
+        case simdjson::dom::element_type::DOUBLE: return double(*leaf) != 0.0;
+        case simdjson::dom::element_type::STRING: return textTruthValue(std::string_view(*leaf));
+        default: throw QVCException(pathOf(key) + " is " + kindName(*leaf) + " and has no truth value");
     }
 }
 
-const QVCJSON& QVCReader::listValue(const std::string& key) const {
-    const QVCJSON& items = value(key);
-    if (items.is_null()) {
-        return emptyArray();
+std::optional<std::string> QVCReader::json(const char* key) const {
+    const auto leaf = filtered(key);
+    if (!leaf) {
+        return std::nullopt;
     }
-    if (!items.is_array()) {
-        throw QVCException("cannot read the elements of " + pathOf(key) + ": it is " + QVCDocument::kindName(items) +
-                           ", not an array");
-    }
-    return items;
-}
-
-QVCReader QVCReader::elementReader(const QVCJSON& items, const std::string& key, std::size_t index) const {
-    return QVCReader(&items[index], pathOf(key) + "[" + std::to_string(index) + "]", true);
+    return simdjson::minify(*leaf);
 }

@@ -2,76 +2,125 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <functional>
+#include <memory>
 #include <optional>
 #include <string>
-#include <vector>
 
-#include "platform/QVCJSON.h"
+#include "platform/QVCAnswerDocument.h"
 
-/// Reads the leaves of a service document with the four conversions the
-/// record readers use, and names every value it cannot read by its place in
-/// the document ("offer.offerDetails.offerRules", "categories[2]").
+/// Reads records out of an answer document: every reader of the library
+/// steps through documents with it, so that a value is read the same way and
+/// a fault is reported with the same message wherever it stands.
 ///
-/// Leaves pass through QVCUtility::getNonNullValue, so a missing key and a
-/// JSON null read alike:
-///  - asIs: the text; a number (or any other non-null value) as its "%@"
-///    text, so that a price sent as 12.5 reads "12.5" and every later numeric
-///    reading of it gives the same value; absent for no value.
-///  - formatted: the "%@" text; "(null)" for no value.
-///  - integer: QVCNumber::integerValue of the value; 0 for no value.
-///  - present: whether there is a value.
+/// A reader stands on one value of the document, or on nothing (a branch
+/// that is missing), and knows its place ("offer.offerDetails.offerRules",
+/// "contactList[0].email[0]") only to name it when it cannot read something:
+/// nothing is written out until then. Keys and names are kept as pointers,
+/// so they must be string literals.
 ///
-/// Intermediate objects (member) are taken without the null filter: a missing
-/// one reads every leaf below it as no value, a present one that is not an
-/// object (JSON null included) makes the first read below it throw.
+/// Leaves pass the platform's null filter: a missing key and a JSON null read
+/// alike, as no value. Below a reader that stands on nothing every leaf has no
+/// value. Reading a key of a value that is not an object raises QVCException,
+/// and so does every other read the value's kind does not allow.
 class QVCReader {
 public:
-    /// A reader over a whole document; documentName names it in messages.
-    QVCReader(const QVCJSON& document, std::string documentName);
+    /// A reader over a whole answer value; name names it in messages.
+    QVCReader(QVCAnswerValue value, const char* name);
 
-    /// The intermediate object under key.
-    QVCReader member(const std::string& key) const;
-
-    std::optional<std::string> asIs(const std::string& key) const;
-    std::string formatted(const std::string& key) const;
-    std::int64_t integer(const std::string& key) const;
-    bool present(const std::string& key) const;
-
-    /// The truth value of key, taken without the null filter: JSON true or a
-    /// non-zero number is true; a text is true when its first character after
-    /// blanks, one sign and leading zeros is Y, y, T, t or a digit 1 to 9; a
-    /// missing key is false. A JSON null, an array or an object throws.
-    bool truthValue(const std::string& key) const;
-
-    /// Each element of the list under key, read in order by readElement with a
-    /// reader over that element. A missing or null list gives no element; any
-    /// other value that is not an array throws.
-    template <typename Element>
-    std::vector<Element> list(const std::string& key,
-                              const std::function<Element(const QVCReader& element)>& readElement) const {
-        std::vector<Element> elements;
-        const QVCJSON& items = listValue(key);
-        elements.reserve(items.size());
-        for (std::size_t index = 0; index < items.size(); ++index) {
-            elements.push_back(readElement(elementReader(items, key, index)));
-        }
-        return elements;
+    /// A document built in memory, written as JSON text and parsed once, for
+    /// the readers' overloads that take one. Raises when it cannot be parsed
+    /// back (it nests deeper than the parser allows).
+    static std::shared_ptr<const QVCAnswerDocument> parse(const QVCJSON& document);
+    /// Record::initWithResponse over such a document.
+    template <typename Record>
+    static std::shared_ptr<Record> read(const QVCJSON& document) {
+        const auto parsed = parse(document);
+        return Record::initWithResponse(parsed->root());
     }
 
+    // Stepping down.
+
+    /// The member under key, taken without the null filter: a JSON null is a
+    /// value here, and reading a key below it raises.
+    QVCReader member(const char* key) const;
+    /// The member under key through the null filter: a JSON null stands for nothing.
+    QVCReader child(const char* key) const;
+    /// Element 0 of the list under key (through the filter), itself taken
+    /// without the filter. Raises when the list is present but not a list or empty.
+    QVCReader first(const char* key) const;
+    /// The same, with the element passed through the filter.
+    QVCReader firstFiltered(const char* key) const;
+    /// The number of elements of the value this reader stands on: 0 when it
+    /// stands on nothing; raises when it is anything but a list (null included).
+    std::size_t count() const;
+    /// Element index of the list this reader stands on, without the filter.
+    QVCReader element(std::size_t index) const;
+    /// Calls each(reader) for every element, in order; see count().
+    template <typename Each>
+    void forEach(const Each& each) const {
+        if (count() == 0) {
+            return;
+        }
+        std::size_t index = 0;
+        for (QVCAnswerValue item : simdjson::dom::array(*value_)) {
+            each(QVCReader(*this, item, Step{nullptr, index++}));
+        }
+    }
+
+    // Leaves.
+
+    /// The text: a number (or any other value) as its "%@" text, so that a
+    /// price sent as 12.5 reads "12.5"; none for no value.
+    std::optional<std::string> text(const char* key) const;
+    /// The "%@" text; "(null)" for no value.
+    std::string formatted(const char* key) const;
+    /// The integer value of a text or number; 0 for no value.
+    std::int64_t integer(const char* key) const;
+    /// The same, taken without the filter: a missing key is 0, a JSON null raises.
+    std::int64_t integerOrRaise(const char* key) const;
+    /// The 32-bit integer value (texts clamp, numbers keep their low 32 bits); 0 for no value.
+    std::int32_t int32(const char* key) const;
+    /// Whether there is a value.
+    bool present(const char* key) const;
+    /// Whether the key is there at all, a JSON null included.
+    bool has(const char* key) const;
+    /// A flag sent as text: true only for "Y"; false for no value; any other kind raises.
+    bool flag(const char* key) const;
+    /// A truth value, taken without the filter: JSON true or a non-zero number
+    /// is true; a text is true when its first character after blanks, one sign
+    /// and leading zeros is Y, y, T, t or a digit 1 to 9; a missing key is
+    /// false. A JSON null, an array or an object raises.
+    bool truthValue(const char* key) const;
+    /// The value's JSON text; none for no value.
+    std::optional<std::string> json(const char* key) const;
+
+    /// The value this reader stands on; none when it stands on nothing.
+    const std::optional<QVCAnswerValue>& value() const { return value_; }
+    /// Where this reader stands, as messages name it.
+    std::string path() const;
+    /// Where the member key stands, as messages name it.
+    std::string pathOf(const char* key) const;
+
 private:
-    QVCReader(const QVCJSON* document, std::string name, bool nested);
+    /// One step from the document's root: a key, or (key null) an element index.
+    struct Step {
+        const char* key;
+        std::size_t index;
+    };
+    static constexpr std::size_t maxSteps = 8;
 
-    /// The raw member under key; null when this reader has no document.
-    const QVCJSON* lookUp(const std::string& key) const;
+    QVCReader(const QVCReader& parent, std::optional<QVCAnswerValue> value, Step step);
+    /// The integer value of leaf, the value under key; raises when it has none.
+    std::int64_t integerOf(const char* key, QVCAnswerValue leaf) const;
+    [[noreturn]] void raiseNoInteger(const char* key, QVCAnswerValue leaf) const;
+
+    /// The raw member under key; none when this reader stands on nothing.
+    std::optional<QVCAnswerValue> lookUp(const char* key) const;
     /// The member under key through the null filter.
-    const QVCJSON& value(const std::string& key) const;
-    std::string pathOf(const std::string& key) const;
-    /// The array under key; an empty array for a missing or null value.
-    const QVCJSON& listValue(const std::string& key) const;
-    QVCReader elementReader(const QVCJSON& items, const std::string& key, std::size_t index) const;
+    std::optional<QVCAnswerValue> filtered(const char* key) const;
 
-    const QVCJSON* document_;
-    std::string name_;
-    bool nested_;
+    std::optional<QVCAnswerValue> value_;
+    const char* name_;
+    Step steps_[maxSteps];
+    std::size_t depth_ = 0;  // steps taken; those beyond maxSteps are not named
 };

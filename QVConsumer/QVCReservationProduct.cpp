@@ -3,29 +3,47 @@
 #include "QVConsumer/QVCNumber.h"
 #include "QVConsumer/QVCReader.h"
 
-std::shared_ptr<QVCReservationProduct> QVCReservationProduct::initWithResponse(const QVCJSON& response) {
+namespace {
+
+/// Every element of list, read in order by read.
+template <typename Record>
+std::vector<std::shared_ptr<Record>> readList(const QVCReader& list,
+                                              std::shared_ptr<Record> (*read)(const QVCReader& element)) {
+    std::vector<std::shared_ptr<Record>> records;
+    records.reserve(list.count());
+    list.forEach([&](const QVCReader& element) { records.push_back(read(element)); });
+    return records;
+}
+
+}  // namespace
+
+std::shared_ptr<QVCReservationProduct> QVCReservationProduct::initWithResponse(QVCAnswerValue response) {
     const QVCReader document(response, "product document");
     auto product = std::make_shared<QVCReservationProduct>();
-    product->name = document.asIs("productName");
-    product->price = document.asIs("price");
+    product->name = document.text("productName");
+    product->price = document.text("price");
     product->productId = document.integer("productId");
     product->quantity = document.integer("productQuantity");
-    product->sku = document.asIs("sku");
-    product->startDate = document.asIs("startDate");
-    product->endDate = document.asIs("endDate");
-    product->timeZone = document.asIs("timeZone");
-    product->categories = document.list<std::shared_ptr<QVCProductCatagory>>("categories", &QVCProductCatagory::read);
-    product->shortDescription = document.asIs("shortDescription");
-    product->prodDesc = document.asIs("productDescription");
+    product->sku = document.text("sku");
+    product->startDate = document.text("startDate");
+    product->endDate = document.text("endDate");
+    product->timeZone = document.text("timeZone");
+    product->categories = readList(document.child("categories"), &QVCProductCatagory::read);
+    product->shortDescription = document.text("shortDescription");
+    product->prodDesc = document.text("productDescription");
     product->taxable = document.truthValue("taxable");
-    product->channels = document.list<std::shared_ptr<QVCSalesChannel>>("salesChannels", &QVCSalesChannel::read);
-    product->imageAddress = document.asIs("imageUrl");
-    product->imageText = document.asIs("productImageText");
-    product->createOn = document.asIs("createdOn");
-    product->createBy = document.asIs("createdBy");
-    product->status = document.asIs("status");
-    product->statusCode = document.asIs("statusCode");
+    product->channels = readList(document.child("salesChannels"), &QVCSalesChannel::read);
+    product->imageAddress = document.text("imageUrl");
+    product->imageText = document.text("productImageText");
+    product->createOn = document.text("createdOn");
+    product->createBy = document.text("createdBy");
+    product->status = document.text("status");
+    product->statusCode = document.text("statusCode");
     return product;
+}
+
+std::shared_ptr<QVCReservationProduct> QVCReservationProduct::initWithResponse(const QVCJSON& response) {
+    return QVCReader::read<QVCReservationProduct>(response);
 }
 
 QVCJSON QVCReservationProduct::reverseToDictionary() const {

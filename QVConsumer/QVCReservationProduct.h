@@ -8,6 +8,7 @@
 #include "QVConsumer/QVCProduct.h"
 #include "QVConsumer/QVCProductCatagory.h"
 #include "QVConsumer/QVCSalesChannel.h"
+#include "platform/QVCAnswerDocument.h"
 #include "platform/QVCJSON.h"
 
 /// A product as the service's catalogue describes it. A record made here has
@@ -37,6 +38,8 @@ struct QVCReservationProduct : QVCProduct {
     /// and quantity (integers: missing gives 0); productDescription keeps "".
     /// categories and channels are always lists, empty when missing or null.
     /// "taxable" is a truth value, and a JSON null there throws.
+    static std::shared_ptr<QVCReservationProduct> initWithResponse(QVCAnswerValue response);
+    /// The same for a document built in memory: written as JSON text and parsed once.
     static std::shared_ptr<QVCReservationProduct> initWithResponse(const QVCJSON& response);
 
     /// {"productId", "productQuantity" (integers), "productPrice" (the

@@ -2,13 +2,17 @@
 
 #include "QVConsumer/QVCReader.h"
 
-std::shared_ptr<QVCSalesChannel> QVCSalesChannel::initWithResponse(const QVCJSON& response) {
+std::shared_ptr<QVCSalesChannel> QVCSalesChannel::initWithResponse(QVCAnswerValue response) {
     return read(QVCReader(response, "sales channel document"));
+}
+
+std::shared_ptr<QVCSalesChannel> QVCSalesChannel::initWithResponse(const QVCJSON& response) {
+    return QVCReader::read<QVCSalesChannel>(response);
 }
 
 std::shared_ptr<QVCSalesChannel> QVCSalesChannel::read(const QVCReader& document) {
     auto channel = std::make_shared<QVCSalesChannel>();
     channel->channelId = document.integer("channelId");
-    channel->channelName = document.asIs("channelName");
+    channel->channelName = document.text("channelName");
     return channel;
 }

@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 
+#include "platform/QVCAnswerDocument.h"
 #include "platform/QVCJSON.h"
 
 class QVCReader;
@@ -15,6 +16,8 @@ struct QVCSalesChannel {
     std::optional<std::string> channelName;
 
     /// Reads "channelId" as an integer and "channelName" as is.
+    static std::shared_ptr<QVCSalesChannel> initWithResponse(QVCAnswerValue response);
+    /// The same for a document built in memory: written as JSON text and parsed once.
     static std::shared_ptr<QVCSalesChannel> initWithResponse(const QVCJSON& response);
     /// The same reading over an element of an enclosing document.
     static std::shared_ptr<QVCSalesChannel> read(const QVCReader& document);

@@ -14,6 +14,7 @@
 #include "QVConsumer/QVCNumber.h"
 #include "QVConsumer/QVCOffer.h"
 #include "QVConsumer/QVCPConstant.h"
+#include "QVConsumer/QVCReader.h"
 #include "platform/QVCUtility.h"
 
 template <typename... Args, typename Body>
@@ -115,10 +116,10 @@ void QVConsumerManager::authenticateConsumerWithUserName(const std::optional<std
         }
         std::string path = QVCFormat::format(_loginService, *userName, "/authenticate");
         request(path, 0, std::nullopt, [self = shared_from_this(), done, userName](const QVCResponse& response) {
-            const QVCJSON* consumers = response.objectForKey("consumers");
+            const auto consumers = response.objectForKey("consumers");
             if (consumers && consumers->is_array()) {
-                auto consumer =
-                    QVCConsumerInfo::initWithResponse(QVCDocument::elementAtIndex(*consumers, 0, "consumers"));
+                const QVCReader first = QVCReader(*response.body(), "the answer").first("consumers");
+                auto consumer = QVCConsumerInfo::initWithResponse(*first.value());
                 consumer->personalInfo->consumerName = userName;
                 // A refusal of the id reports the answer's own error (often none), not the platform's.
                 auto answerError = response.error();
@@ -130,9 +131,8 @@ void QVConsumerManager::authenticateConsumerWithUserName(const std::optional<std
                                             done(nullptr, answerError, nullptr);
                                         }
                                     });
-            } else if (response.containsValueForKey("httpResponseCode") && response.body()->is_object()) {
-                auto error = QVCErrorResponse::initWithErrorMessages(
-                    {QVCFormat::object(response.objectForKey("httpResponseCode"))});
+            } else if (const auto code = response.objectForKey("httpResponseCode")) {
+                auto error = QVCErrorResponse::initWithErrorMessages({QVCFormat::object(*code)});
                 done(nullptr, error, nullptr);
             } else {
                 done(nullptr, response.error(), nullptr);
@@ -303,13 +303,12 @@ void QVConsumerManager::sendConsumerDocument(QVCJSON document, std::shared_ptr<Q
                                              const ConsumerCompletion& done) {
     request(_registerAppConsumerService, 1, std::move(document),
             [self = shared_from_this(), done, info](const QVCResponse& response) {
-                const QVCJSON* consumer = response.objectForKey("consumers");
+                const auto consumer = response.objectForKey("consumers");
                 if (!consumer || !consumer->is_object()) {
                     done(nullptr, response.error(), nullptr);
                     return;
                 }
-                const std::string consumerID = QVCFormat::object(
-                    QVCUtility::getNonNullValue(QVCDocument::valueForKey(*consumer, "consumerId", "consumers")));
+                const std::string consumerID = QVCReader(*consumer, "consumers").formatted("consumerId");
                 // A refusal of the id reports the answer's own error; the
                 // platform's error and exception are dropped.
                 auto answerError = response.error();
@@ -325,42 +324,23 @@ void QVConsumerManager::sendConsumerDocument(QVCJSON document, std::shared_ptr<Q
             });
 }
 
-namespace {
-
-/// The status description as the caller receives it: not filtered, but a
-/// missing value or a JSON null cannot be text and is absent.
-std::optional<std::string> descriptionText(const QVCJSON* value) {
-    if (value == nullptr || value->is_null()) {
-        return std::nullopt;
-    }
-    return QVCFormat::object(*value);
-}
-
-}  // namespace
-
 void QVConsumerManager::retrieveLoyaltyInfo(LoyaltyCompletion completion) {
     perform(std::move(completion), [&](const LoyaltyCompletion& done) {
         std::string path = QVCFormat::format(_retrieveLoyaltyInfo, consumerID(), "/", "balance", "/", "loyalty");
         request(path, 0, std::nullopt, [self = shared_from_this(), done](const QVCResponse& response) {
-            const QVCJSON* entries = response.objectForKey("consumerRs");
+            const auto entries = response.objectForKey("consumerRs");
             if (!entries || !entries->is_array()) {
                 done(0, std::nullopt, response.error(), nullptr);
                 return;
             }
-            // Nothing here passes the null filter: a JSON null is a value of the wrong kind.
-            const QVCJSON& entry = QVCDocument::elementAtIndex(*entries, 0, "consumerRs");
-            const QVCJSON* statuses = QVCDocument::valueForKey(entry, "loyaltyConsumerStatusResponse", "consumerRs[0]");
-            const QVCJSON* points = QVCDocument::valueForKey(entry, "loyaltyPoints", "consumerRs[0]");
+            // The lists and the balance are taken without the null filter: a JSON null there raises.
+            const QVCReader entry = QVCReader(*response.body(), "the answer").member("consumerRs").element(0);
+            const QVCReader statuses = entry.member("loyaltyConsumerStatusResponse");
             // The balance is kept before the caller hears of it.
-            self->setLoyalty(QVCFormat::object(points));
-            const std::int64_t balance = QVCNumber::integerValue(points, "consumerRs[0].loyaltyPoints");
-            if (QVCDocument::elementCount(statuses, "consumerRs[0].loyaltyConsumerStatusResponse") > 0) {
-                const QVCJSON& status =
-                    QVCDocument::elementAtIndex(*statuses, 0, "consumerRs[0].loyaltyConsumerStatusResponse");
-                done(balance,
-                     descriptionText(QVCDocument::valueForKey(status, "description",
-                                                              "consumerRs[0].loyaltyConsumerStatusResponse[0]")),
-                     nullptr, nullptr);
+            self->setLoyalty(entry.formatted("loyaltyPoints"));
+            const std::int64_t balance = entry.integerOrRaise("loyaltyPoints");
+            if (statuses.count() > 0) {
+                done(balance, statuses.element(0).text("description"), nullptr, nullptr);
             } else {
                 done(balance, std::string(), nullptr, nullptr);
             }
@@ -371,8 +351,8 @@ void QVConsumerManager::retrieveLoyaltyInfo(LoyaltyCompletion completion) {
 void QVConsumerManager::getMasterDataWithCompletionWithCompletion(MasterDataCompletion completion) {
     perform(std::move(completion), [&](const MasterDataCompletion& done) {
         request(_getMasterData, 0, std::nullopt, [done](const QVCResponse& response) {
-            const QVCJSON* document = response.objectForKey("consumerRs");
-            if (document != nullptr && document->is_object()) {
+            const auto document = response.objectForKey("consumerRs");
+            if (document && document->is_object()) {
                 // Not guarded here: a malformed document's exception reaches the
                 // completion only while the request call is still running.
                 done(QVCMasterData::initWithResponse(*document), nullptr, nullptr);
@@ -477,21 +457,21 @@ void QVConsumerManager::getAllOffersWithCompletionHandler(OffersCompletion compl
         std::string path = QVCFormat::format(offersPath, consumerID(),
                                              "/offers?facilityId=", facility ? facility->facilityID : std::int64_t{0});
         request(path, 0, std::nullopt, [done](const QVCResponse& response) {
-            const auto& body = response.body();
+            const auto body = response.body();
             if (!body || !body->is_array()) {
                 done(std::nullopt, response.error(), nullptr);
                 return;
             }
+            const QVCReader entries(*body, "offers");
             std::vector<std::shared_ptr<QVCOffer>> offers;
-            for (std::size_t index = 0; index < body->size(); ++index) {
-                const QVCJSON& entry = (*body)[index];
+            offers.reserve(entries.count());
+            entries.forEach([&](const QVCReader& entry) {
                 // An entry without an "offer" object is left out without a word.
-                const QVCJSON* offer =
-                    QVCDocument::valueForKey(entry, "offer", "offers[" + std::to_string(index) + "]");
+                const auto offer = entry.member("offer").value();
                 if (offer && offer->is_object()) {
-                    offers.push_back(QVCOffer::initWithResponse(entry));
+                    offers.push_back(QVCOffer::initWithResponse(*entry.value()));
                 }
-            }
+            });
             done(std::move(offers), nullptr, nullptr);
         });
     });
@@ -501,7 +481,7 @@ void QVConsumerManager::getOfferDetailsWithOfferID(const std::optional<QVCJSON>&
     perform(std::move(completion), [&](const OfferCompletion& done) {
         std::string path = QVCFormat::format(offersPath, consumerID(), "/offers/", offerID);
         request(path, 0, std::nullopt, [done](const QVCResponse& response) {
-            const auto& body = response.body();
+            const auto body = response.body();
             // An answer that is not one offer document is not reported at all.
             if (body && body->is_object()) {
                 done(QVCOffer::initWithResponse(*body), response.error(), nullptr);
@@ -515,13 +495,16 @@ void QVConsumerManager::getOfferWithOfferCode(const std::optional<std::string>& 
         std::string path =
             QVCFormat::format(offersPath, consumerID(), "/offers?offerCode=", removingWhiteSpace(offerCode));
         request(path, 0, std::nullopt, [done](const QVCResponse& response) {
-            const auto& body = response.body();
+            const auto body = response.body();
             if (!body || !body->is_array()) {
                 done(nullptr, response.error(), nullptr);
-            } else if (body->empty()) {
+                return;
+            }
+            const QVCReader offers(*body, "offers");
+            if (offers.count() == 0) {
                 done(nullptr, QVCErrorResponse::initWithErrorMessages({"This offer is not valid any more"}), nullptr);
             } else {
-                done(QVCOffer::initWithResponse(body->front()), nullptr, nullptr);
+                done(QVCOffer::initWithResponse(*offers.element(0).value()), nullptr, nullptr);
             }
         });
     });

@@ -13,7 +13,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/QVCJSONParser.h"
+#include "platform/QVCAnswerDocument.h"
 
 namespace {
 
@@ -80,20 +80,17 @@ std::string trim(std::string text) {
 }
 
 /// The service's own explanation in an error answer, when it gives one.
-std::string serviceMessage(const std::optional<QVCJSON>& body, const std::string& text) {
-    if (body && body->is_object()) {
+std::string serviceMessage(const std::shared_ptr<const QVCAnswerDocument>& body, const std::string& text) {
+    if (body) {
         for (const char* key : {"message", "errorMessage", "error", "description"}) {
-            auto found = body->find(key);
-            if (found != body->end() && found->is_string()) {
-                return found->get<std::string>();
+            auto found = QVCAnswerDocument::find(body->root(), key);
+            if (found && found->is_string()) {
+                return std::string(std::string_view(*found));
             }
         }
         return {};
     }
-    if (!body && !text.empty()) {
-        return text.substr(0, 200);
-    }
-    return {};
+    return text.substr(0, 200);
 }
 
 struct Transfer {
@@ -160,7 +157,7 @@ std::size_t onHeader(char* data, std::size_t size, std::size_t count, void* user
 }
 
 QVCResponse failure(const Transfer& transfer, const std::string& message, Kind kind,
-                    std::optional<int> status = std::nullopt, std::optional<QVCJSON> body = std::nullopt,
+                    std::optional<int> status = std::nullopt, std::shared_ptr<const QVCAnswerDocument> body = nullptr,
                     QVCHeaders headers = {}) {
     return QVCResponse(std::move(body), std::move(headers),
                        QVCErrorResponse::initWithErrorMessages({transfer.method + " " + transfer.path + ": " + message},
@@ -318,17 +315,19 @@ struct QVCHTTPWebServiceHandler::Engine {
         std::string detail = t.errorText[0] ? t.errorText : curl_easy_strerror(result);
 
         if (result == CURLE_OK) {
-            std::optional<QVCJSON> body;
+            const bool success = status >= 200 && status < 300;
+            std::shared_ptr<const QVCAnswerDocument> body;
             std::string parseError;
             if (!t.received.empty()) {
-                auto parsed = QVCJSONParser::parse(t.received);
-                body = std::move(parsed.value);
-                parseError = parsed.error;
+                // A successful answer's text is not needed once parsed; an error's may explain itself.
+                auto parsed = QVCAnswerDocument::parse(success ? std::move(t.received) : t.received);
+                body = std::move(parsed.document);
+                parseError = std::move(parsed.error);
             }
-            if (status >= 200 && status < 300) {
+            if (success) {
                 if (!parseError.empty()) {
                     return {failure(t, "answer is not JSON (" + parseError + ")", Kind::Transport,
-                                    static_cast<int>(status), std::nullopt, t.answerHeaders),
+                                    static_cast<int>(status), nullptr, t.answerHeaders),
                             false};
                 }
                 return {QVCResponse(std::move(body), t.answerHeaders, nullptr), false};

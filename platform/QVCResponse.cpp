@@ -10,19 +10,37 @@ bool QVCHeaderNameLess::operator()(const std::string& left, const std::string& r
         [](unsigned char a, unsigned char b) { return std::tolower(a) < std::tolower(b); });
 }
 
-QVCResponse::QVCResponse(std::optional<QVCJSON> body, QVCHeaders headers, std::shared_ptr<QVCErrorResponse> error)
-    : body_(std::move(body)), headers_(std::move(headers)), error_(std::move(error)) {}
+QVCResponse::QVCResponse(std::shared_ptr<const QVCAnswerDocument> document, QVCHeaders headers,
+                         std::shared_ptr<QVCErrorResponse> error)
+    : document_(std::move(document)), headers_(std::move(headers)), error_(std::move(error)) {}
 
-bool QVCResponse::containsValueForKey(const std::string& key) const {
-    return objectForKey(key) != nullptr;
+QVCResponse::QVCResponse(const std::optional<QVCJSON>& body, QVCHeaders headers,
+                         std::shared_ptr<QVCErrorResponse> error)
+    : QVCResponse(body ? QVCAnswerDocument::fromJSON(*body).document : nullptr, std::move(headers), std::move(error)) {}
+
+std::optional<QVCAnswerValue> QVCResponse::body() const {
+    if (!document_) {
+        return std::nullopt;
+    }
+    return document_->root();
 }
 
-const QVCJSON* QVCResponse::objectForKey(const std::string& key) const {
-    if (!body_ || !body_->is_object()) {
-        return nullptr;
+std::optional<QVCJSON> QVCResponse::bodyJSON() const {
+    if (!document_) {
+        return std::nullopt;
     }
-    auto member = body_->find(key);
-    return member == body_->end() ? nullptr : &*member;
+    return QVCAnswerDocument::toJSON(document_->root());
+}
+
+bool QVCResponse::containsValueForKey(std::string_view key) const {
+    return objectForKey(key).has_value();
+}
+
+std::optional<QVCAnswerValue> QVCResponse::objectForKey(std::string_view key) const {
+    if (!document_) {
+        return std::nullopt;
+    }
+    return QVCAnswerDocument::find(document_->root(), key);
 }
 
 std::optional<std::string> QVCResponse::headerValue(const std::string& name) const {

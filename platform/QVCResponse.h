@@ -4,7 +4,9 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
+#include "platform/QVCAnswerDocument.h"
 #include "platform/QVCErrorResponse.h"
 #include "platform/QVCJSON.h"
 
@@ -19,28 +21,36 @@ struct QVCHeaderNameLess {
 using QVCHeaders = std::map<std::string, std::string, QVCHeaderNameLess>;
 
 /// One answer to one request: the parsed body, the header fields and, when the
-/// request failed, an error record.
+/// request failed, an error record. Copies share the parsed body.
 class QVCResponse {
 public:
     QVCResponse() = default;
-    QVCResponse(std::optional<QVCJSON> body, QVCHeaders headers, std::shared_ptr<QVCErrorResponse> error);
+    QVCResponse(std::shared_ptr<const QVCAnswerDocument> document, QVCHeaders headers,
+                std::shared_ptr<QVCErrorResponse> error);
+    /// An answer whose body a host or a test built in memory: it is written as
+    /// JSON text and parsed once, so that it reads exactly as a received one.
+    QVCResponse(const std::optional<QVCJSON>& body, QVCHeaders headers, std::shared_ptr<QVCErrorResponse> error);
 
-    /// The parsed answer body; none when the answer had no body.
-    const std::optional<QVCJSON>& body() const { return body_; }
+    /// The parsed answer body; none when the answer had no body. The value is
+    /// valid while this response (or a copy of it) lives.
+    std::optional<QVCAnswerValue> body() const;
+    /// A copy of the body as an in-memory JSON value; none without a body.
+    std::optional<QVCJSON> bodyJSON() const;
+    const std::shared_ptr<const QVCAnswerDocument>& document() const { return document_; }
     const QVCHeaders& headers() const { return headers_; }
     /// Why the request failed; null when it did not.
     const std::shared_ptr<QVCErrorResponse>& error() const { return error_; }
 
     /// Whether the body is an object holding a member named key (null members count).
-    bool containsValueForKey(const std::string& key) const;
-    /// The body's member named key; null when there is no body, the body is not
+    bool containsValueForKey(std::string_view key) const;
+    /// The body's member named key; none when there is no body, the body is not
     /// an object or it has no such member.
-    const QVCJSON* objectForKey(const std::string& key) const;
+    std::optional<QVCAnswerValue> objectForKey(std::string_view key) const;
     /// The value of the header field named name (any letter case); none when absent.
     std::optional<std::string> headerValue(const std::string& name) const;
 
 private:
-    std::optional<QVCJSON> body_;
+    std::shared_ptr<const QVCAnswerDocument> document_;
     QVCHeaders headers_;
     std::shared_ptr<QVCErrorResponse> error_;
 };

@@ -8,7 +8,6 @@
 
 #include "platform/QVCErrorResponse.h"
 #include "platform/QVCFileText.h"
-#include "platform/QVCJSONParser.h"
 
 namespace {
 
@@ -109,7 +108,7 @@ public:
             }
         }
         if (auto body = object.find("body"); body != object.end()) {
-            answer.body = *body;
+            answer.body = QVCAnswerDocument::fromJSON(*body).document;
         }
         return answer;
     }
@@ -128,11 +127,11 @@ std::shared_ptr<QVCSimulationFile> QVCSimulationFile::load(const std::string& pa
     } catch (const QVCFileText::Unreadable& unreadable) {
         throw Invalid(std::string("simulation file ") + unreadable.what());
     }
-    auto parsed = QVCJSONParser::parse(text);
-    if (!parsed.value) {
+    auto parsed = QVCAnswerDocument::parse(std::move(text));
+    if (!parsed.document) {
         throw Invalid("simulation file \"" + path + "\" is not JSON: " + parsed.error);
     }
-    return fromDocument(*parsed.value, "\"" + path + "\"");
+    return fromDocument(QVCAnswerDocument::toJSON(parsed.document->root()), "\"" + path + "\"");
 }
 
 std::shared_ptr<QVCSimulationFile> QVCSimulationFile::fromDocument(const QVCJSON& document, const std::string& source) {

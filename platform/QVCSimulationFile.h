@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/QVCAnswerDocument.h"
 #include "platform/QVCJSON.h"
 #include "platform/QVCResponse.h"
 
@@ -46,7 +47,7 @@ private:
     struct Answer {
         int status = 200;
         QVCHeaders headers;
-        std::optional<QVCJSON> body;
+        std::shared_ptr<const QVCAnswerDocument> body;  // parsed once, shared by every answer given
     };
     struct Entry {
         std::string method;

@@ -27,3 +27,10 @@ const QVCJSON& QVCUtility::getNonNullValue(const QVCJSON* value) {
 const QVCJSON& QVCUtility::getNonNullValue(const QVCJSON& value) {
     return value;
 }
+
+std::optional<QVCAnswerValue> QVCUtility::getNonNullValue(const std::optional<QVCAnswerValue>& value) {
+    if (!value || value->is_null()) {
+        return std::nullopt;
+    }
+    return value;
+}

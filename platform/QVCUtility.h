@@ -2,7 +2,9 @@
 
 #include <exception>
 #include <functional>
+#include <optional>
 
+#include "platform/QVCAnswerDocument.h"
 #include "platform/QVCJSON.h"
 
 /// Class operations that every operation of the library relies on.
@@ -19,4 +21,7 @@ public:
     /// library's readers store as an absent value.
     static const QVCJSON& getNonNullValue(const QVCJSON* value);
     static const QVCJSON& getNonNullValue(const QVCJSON& value);
+    /// The same for a value of a parsed answer: a missing value and a JSON
+    /// null both become none.
+    static std::optional<QVCAnswerValue> getNonNullValue(const std::optional<QVCAnswerValue>& value);
 };

@@ -45,7 +45,7 @@ TEST(ConsumerReaderTest, MissingBranchesReadAsAbsentNullTextFalseOrZero) {
 
 TEST(ConsumerReaderTest, MalformedBranchesRaiseNamingTheValue) {
     const std::vector<std::pair<QVCJSON, std::string>> cases = {
-        {{{"activeFlag", 1}}, "flag activeFlag is a number, not text"},
+        {{{"activeFlag", 1}}, "activeFlag is a number, not a string"},
         {{{"contactList", QVCJSON::array()}}, "cannot take element 0 of contactList: it holds 0 elements"},
         {{{"contactList", {{{"email", {nullptr}}}}}},
          "cannot read key \"emailAddressId\" of contactList[0].email[0]: it is null, not an object"},

@@ -75,7 +75,7 @@ TEST(HTTPSTransport, VerifiesTheCertificateAndTheHostNameUnlessTurnedOff) {
         QVCResponse response = collector.single();
         SCOPED_TRACE(configuration.serviceRootURL + " trusting " + c.caBundle.value_or("the system"));
         if (c.expectedError.empty()) {
-            EXPECT_EQ(response.body(), std::optional<QVCJSON>(QVCJSON{{"a", 1}})) << describe(response);
+            EXPECT_EQ(response.bodyJSON(), std::optional<QVCJSON>(QVCJSON{{"a", 1}})) << describe(response);
         } else {
             EXPECT_EQ(kindOf(response), QVCErrorResponse::Kind::Transport);
             EXPECT_THAT(describe(response), HasSubstr(c.expectedError));

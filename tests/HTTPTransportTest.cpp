@@ -151,10 +151,10 @@ private:
 
 TEST_F(HTTPTransport, MapsAnswersAndFailuresToResponses) {
     QVCResponse ok = ask("ok");
-    EXPECT_EQ(ok.body(), std::optional<QVCJSON>(QVCJSON{{"a", 1}})) << describe(ok);
+    EXPECT_EQ(ok.bodyJSON(), std::optional<QVCJSON>(QVCJSON{{"a", 1}})) << describe(ok);
     EXPECT_EQ(ok.headerValue("CONTENT-TYPE"), std::optional<std::string>("application/json"));
     QVCResponse empty = ask("nothing");
-    EXPECT_FALSE(empty.error() || empty.body()) << describe(empty);
+    EXPECT_FALSE(empty.error() || empty.bodyJSON()) << describe(empty);
 
     QVCResponse html = ask("html");
     EXPECT_EQ(kindOf(html), Kind::Transport);
@@ -269,7 +269,7 @@ TEST_F(HTTPTransport, CompletesTwoHundredConcurrentRequestsOnceEachOnOneThread) 
     std::this_thread::sleep_for(50ms);  // a second call of any completion would show now
     std::set<int> answered;
     for (const auto& answer : collector.answers()) {
-        answered.insert(answer.body() ? answer.body()->value("i", -1) : -1);
+        answered.insert(answer.bodyJSON() ? answer.bodyJSON()->value("i", -1) : -1);
     }
     EXPECT_EQ(collector.answers().size(), 200u);
     EXPECT_EQ(answered.size(), 200u) << "each request got its own answer";

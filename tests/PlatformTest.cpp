@@ -29,7 +29,7 @@ TEST(Response, TestsKeysOnlyOfObjectBodiesAndHeadersWithoutRegardToCase) {
     QVCResponse object(QVCJSON{{"httpResponseCode", 404}, {"empty", nullptr}}, {{"Location", "/r/9"}}, nullptr);
     EXPECT_TRUE(object.containsValueForKey("empty"));
     EXPECT_FALSE(object.containsValueForKey("consumers"));
-    EXPECT_EQ(*object.objectForKey("httpResponseCode"), 404);
+    EXPECT_EQ(std::int64_t(*object.objectForKey("httpResponseCode")), 404);
     EXPECT_EQ(object.headerValue("LOCATION"), std::optional<std::string>("/r/9"));
     EXPECT_FALSE(object.headerValue("etag"));
     EXPECT_FALSE(QVCResponse(QVCJSON::array({1}), {}, nullptr).containsValueForKey("0"));
@@ -48,7 +48,7 @@ TEST(ScriptedHandler, AnswersInOrderAndNamesAnUnscriptedRequest) {
     handler.answerWithBody("first");
     std::vector<std::string> answers;
     auto remember = [&](const QVCResponse& response) {
-        answers.push_back(response.error() ? response.error()->description() : response.body()->get<std::string>());
+        answers.push_back(response.error() ? response.error()->description() : response.bodyJSON()->get<std::string>());
     };
     handler.requestWithPath("a", 0, "consumers", std::nullopt, std::nullopt, 0, std::nullopt, remember);
     handler.requestWithPath("lqsapi/x", 1, "consumers", std::nullopt, std::nullopt, 0, std::nullopt, remember);

@@ -8,7 +8,7 @@
 
 #include "QVConsumer/QVCOffer.h"
 #include "TransportTestSupport.h"
-#include "platform/QVCJSONParser.h"
+#include "platform/QVCAnswerDocument.h"
 #include "platform/QVCSimulationFile.h"
 #include "platform/QVCSimulationWebServiceHandler.h"
 
@@ -39,17 +39,20 @@ std::string ask(QVCSimulationWebServiceHandler& handler, const std::optional<std
     AnswerCollector collector;
     sendGet(handler, "a", file, collector.completion());
     QVCResponse answer = collector.single();
-    return answer.body() ? answer.body()->get<std::string>() : describe(answer);
+    return answer.bodyJSON() ? answer.bodyJSON()->get<std::string>() : describe(answer);
 }
 
-TEST(JSONParser, KeepsKindsOfEveryValue) {
-    auto parsed = QVCJSONParser::parse(std::string(
-        R"({"text":"a\u00e9","int":-7,"big":18446744073709551615,"real":2.5,"yes":true,"none":null,"list":[1,{"k":[]}],"k":1,"k":2})"));
-    ASSERT_TRUE(parsed.value) << parsed.error;
+TEST(AnswerDocument, KeepsKindsOfEveryValue) {
+    auto parsed = QVCAnswerDocument::parse(
+        R"({"text":"a\u00e9","int":-7,"big":18446744073709551615,"real":2.5,"yes":true,"none":null,"list":[1,{"k":[]}],"k":1,"k":2})");
+    ASSERT_TRUE(parsed.document) << parsed.error;
     // The dump (ASCII only) shows every kind: a real would print "-7.0", an undecoded escape "a\\u00e9".
-    EXPECT_EQ(parsed.value->dump(-1, ' ', true), R"({"big":18446744073709551615,"int":-7,"k":2,"list":[1,{"k":[]}],)"
-                                                 R"("none":null,"real":2.5,"text":"a\u00e9","yes":true})")
+    EXPECT_EQ(QVCAnswerDocument::toJSON(parsed.document->root()).dump(-1, ' ', true),
+              R"({"big":18446744073709551615,"int":-7,"k":2,"list":[1,{"k":[]}],)"
+              R"("none":null,"real":2.5,"text":"a\u00e9","yes":true})")
         << "a repeated key keeps its last value";
+    EXPECT_EQ(std::int64_t(*QVCAnswerDocument::find(parsed.document->root(), "k")), 2) << "when read too";
+    EXPECT_FALSE(QVCAnswerDocument::parse("{\"a\": ").document);
 }
 
 TEST(SimulationFile, PlaceholdersStandForOneSegmentAndQueryLiteralsMustBeEqual) {
@@ -86,12 +89,12 @@ TEST(SimulationFile, AnswersStatusHeadersBodyAndAnErrorForFailureStatuses) {
     QVCResponse created = file->answer("POST", "o");
     EXPECT_FALSE(created.error());
     EXPECT_EQ(created.headerValue("location"), std::optional<std::string>("r/1"));
-    EXPECT_EQ(created.body(), std::optional<QVCJSON>(1));
+    EXPECT_EQ(created.bodyJSON(), std::optional<QVCJSON>(1));
 
     QVCResponse missing = file->answer("GET", "u");
     ASSERT_EQ(kindOf(missing), QVCErrorResponse::Kind::HTTPStatus);
     EXPECT_EQ(missing.error()->httpStatus(), 404);
-    EXPECT_EQ(missing.body(), std::optional<QVCJSON>(QVCJSON{{"httpResponseCode", 404}}))
+    EXPECT_EQ(missing.bodyJSON(), std::optional<QVCJSON>(QVCJSON{{"httpResponseCode", 404}}))
         << "readable beside the error";
 
     QVCResponse unknown = file->answer("GET", "nothing/here?x=1");
@@ -105,8 +108,8 @@ TEST(SimulationFile, AnswerSequencesRepeatTheLastOrCycle) {
                           {{"method", "GET"}, {"path", "cycle"}, {"answers", answers}, {"afterLast", "cycle"}}});
     std::vector<int> repeated, cycled;
     for (int i = 0; i < 4; ++i) {
-        repeated.push_back(file->answer("GET", "repeat").body()->get<int>());
-        cycled.push_back(file->answer("GET", "cycle").body()->get<int>());
+        repeated.push_back(file->answer("GET", "repeat").bodyJSON()->get<int>());
+        cycled.push_back(file->answer("GET", "cycle").bodyJSON()->get<int>());
     }
     EXPECT_EQ(repeated, (std::vector<int>{1, 2, 2, 2}));
     EXPECT_EQ(cycled, (std::vector<int>{1, 2, 1, 2}));

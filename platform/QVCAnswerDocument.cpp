@@ -1,0 +1,76 @@
+#include "platform/QVCAnswerDocument.h"
+
+#include <utility>
+
+namespace {
+
+simdjson::dom::parser& threadParser() {
+    thread_local simdjson::dom::parser parser;
+    return parser;
+}
+
+}  // namespace
+
+QVCAnswerDocument::Parsed QVCAnswerDocument::parse(std::string text) {
+    const std::size_t length = text.size();
+    text.reserve(length + simdjson::SIMDJSON_PADDING);
+    auto document = std::make_shared<QVCAnswerDocument>();
+    simdjson::dom::element root;
+    auto error =
+        threadParser()
+            .parse_into_document(document->document_, reinterpret_cast<const std::uint8_t*>(text.data()), length, false)
+            .get(root);
+    if (error) {
+        return {nullptr, simdjson::error_message(error)};
+    }
+    return {std::move(document), {}};
+}
+
+QVCAnswerDocument::Parsed QVCAnswerDocument::fromJSON(const QVCJSON& value) {
+    return parse(value.dump(-1, ' ', false, QVCJSON::error_handler_t::replace));
+}
+
+QVCAnswerValue QVCAnswerDocument::root() const {
+    return document_.root();
+}
+
+QVCJSON QVCAnswerDocument::toJSON(QVCAnswerValue value) {
+    switch (value.type()) {
+        case simdjson::dom::element_type::OBJECT: {
+            QVCJSON object = QVCJSON::object();
+            for (auto field : simdjson::dom::object(value)) {
+                object[std::string(field.key)] = toJSON(field.value);
+            }
+            return object;
+        }
+        case simdjson::dom::element_type::ARRAY: {
+            QVCJSON array = QVCJSON::array();
+            simdjson::dom::array elements(value);
+            array.get_ref<QVCJSON::array_t&>().reserve(elements.size());
+            for (auto item : elements) {
+                array.push_back(toJSON(item));
+            }
+            return array;
+        }
+        case simdjson::dom::element_type::STRING: return QVCJSON(std::string(std::string_view(value)));
+        case simdjson::dom::element_type::INT64: return QVCJSON(std::int64_t(value));
+        case simdjson::dom::element_type::UINT64: return QVCJSON(std::uint64_t(value));
+        case simdjson::dom::element_type::DOUBLE: return QVCJSON(double(value));
+        case simdjson::dom::element_type::BOOL: return QVCJSON(bool(value));
+        case simdjson::dom::element_type::NULL_VALUE: return QVCJSON(nullptr);
+    }
+    return QVCJSON(nullptr);
+}
+
+std::optional<QVCAnswerValue> QVCAnswerDocument::find(QVCAnswerValue object, std::string_view key) {
+    if (!object.is_object()) {
+        return std::nullopt;
+    }
+    std::optional<QVCAnswerValue> found;
+    for (auto field : simdjson::dom::object(object)) {
+        if (field.key == key) {
+            found = field.value;
+        }
+    }
+    return found;
+}
