@@ -7,7 +7,7 @@
 # two cores; every server it starts listens on 127.0.0.1 and stops by itself.
 #
 # Environment: BENCH_REPETITIONS (default 5, Google Benchmark repetitions),
-# BENCH_E2E_REPETITIONS (default 3), BENCH_E2E_REQUESTS (default 3000 per
+# BENCH_E2E_REPETITIONS (default 5), BENCH_E2E_REQUESTS (default 3000 per
 # scenario), BENCH_E2E_SECONDS (default 4, time limit per scenario).
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -87,7 +87,7 @@ done
 
 say "end to end over 127.0.0.1 (manager, raw libcurl, Node)"
 "$bin/qvc_bench_e2e" --data-dir "$data" --requests "${BENCH_E2E_REQUESTS:-3000}" --warmup 200 \
-  --seconds "${BENCH_E2E_SECONDS:-4}" --repetitions "${BENCH_E2E_REPETITIONS:-3}" >"$results/e2e.txt"
+  --seconds "${BENCH_E2E_SECONDS:-4}" --repetitions "${BENCH_E2E_REPETITIONS:-5}" >"$results/e2e.txt"
 
 load_after=$(cut -d' ' -f1-3 /proc/loadavg)
 compiler=$(sed -n 's/^CMAKE_CXX_COMPILER:[A-Z]*=//p' "$build/CMakeCache.txt")
