@@ -37,6 +37,8 @@ bin=$build/bench
 data=$build/data
 results=$build/results
 
+load_start=$(cut -d' ' -f1-3 /proc/loadavg)
+
 say "build ($build, Release)"
 cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=Release -DQVC_BUILD_TESTS=OFF -DQVC_BUILD_BENCHMARKS=ON >/dev/null
 cmake --build "$build" -j "$jobs" >/dev/null
@@ -94,7 +96,7 @@ compiler=$(sed -n 's/^CMAKE_CXX_COMPILER:[A-Z]*=//p' "$build/CMakeCache.txt")
 {
   echo "Machine: $(nproc) cores, $(grep -m1 'model name' /proc/cpuinfo | cut -d: -f2 | sed 's/^ *//');" \
     "$("$compiler" --version | head -1); node $(node --version); $(python3 --version);" \
-    "load average before $load_before, after $load_after"
+    "load average (1, 5, 15 min) before the build $load_start, when measuring began $load_before, at the end $load_after"
   echo
   python3 bench/report.py "$results"
 } | tee "$results/table.md"
