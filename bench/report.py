@@ -45,15 +45,19 @@ def median_of(values):
     return statistics.median(values) if values else None
 
 
-def google_benchmark(path: str) -> dict[str, dict]:
-    """Median aggregate per benchmark name ("BM_OfferListDecode/100")."""
+def google_benchmark(path: str, failures: list[str]) -> dict[str, dict]:
+    """Median aggregate per benchmark name ("BM_OfferListDecode/100"); a
+    benchmark that stopped with an error is added to failures."""
     if not os.path.exists(path):
+        failures.append(f"{path} is missing")
         return {}
     with open(path, encoding="utf-8") as source:
         document = json.load(source)
     medians = {}
     for entry in document.get("benchmarks", []):
-        if entry.get("aggregate_name") == "median" and not entry.get("error_occurred"):
+        if entry.get("error_occurred"):
+            failures.append(f"{entry.get('name')}: {entry.get('error_message')}")
+        elif entry.get("aggregate_name") == "median":
             name = entry["run_name"]
             if name.endswith("/real_time"):
                 name = name[: -len("/real_time")]
@@ -84,7 +88,8 @@ def main() -> int:
         print(__doc__, file=sys.stderr)
         return 2
     folder = sys.argv[1]
-    gbench = google_benchmark(os.path.join(folder, "qvc_bench.json"))
+    failures: list[str] = []
+    gbench = google_benchmark(os.path.join(folder, "qvc_bench.json"), failures)
 
     def gbench_micro(name: str, counter: str):
         entry = gbench.get(name)
@@ -170,7 +175,9 @@ def main() -> int:
     row("Sign-up document build (signUpDocument)", "µs/call", gbench_micro("BM_SignUpDocument", "per_call"))
 
     print("\n".join(rows))
-    return 0
+    for failure in failures:
+        print(f"report.py: failed: {failure}", file=sys.stderr)
+    return 1 if failures else 0
 
 
 if __name__ == "__main__":
