@@ -1,5 +1,6 @@
 #include "QVConsumer/QVCFormat.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstdio>
 
@@ -41,15 +42,20 @@ std::string QVCFormat::object(QVCAnswerValue value) {
 }
 
 std::string QVCFormat::number(double value) {
-    // The shortest digits that read back as the same double tell how many
-    // significant digits are needed; "%g" with that precision then chooses
-    // between the fixed and the exponent form.
+    // The shortest digits that read back as the same double, written as
+    // decimal text while the exponent is below 17 (20.0 gives "20", 0.0001
+    // "0.0001") and in exponent form beyond ("1e+21", "1e-05"), as "%.17g"
+    // switches.
     char text[40];
     const auto shortest = std::to_chars(text, text + sizeof text, value, std::chars_format::scientific);
-    int precision = 0;
-    for (const char* c = text; c != shortest.ptr && *c != 'e'; ++c) {
-        precision += (*c >= '0' && *c <= '9') ? 1 : 0;
-    }
+    const char* begin = text;
+    const char* end = shortest.ptr;
+    const char* mark = std::find(begin, end, 'e');  // "2e+01": digits, then the exponent
+    const int digits = static_cast<int>(std::count_if(begin, mark, [](char c) { return c >= '0' && c <= '9'; }));
+    const char* exponentText = mark + (mark[1] == '+' ? 2 : 1);
+    int exponent = 0;
+    std::from_chars(exponentText, end, exponent);
+    const int precision = std::clamp(std::max(digits, exponent + 1), 1, 17);
     const auto result = std::to_chars(text, text + sizeof text, value, std::chars_format::general, precision);
     return std::string(text, result.ptr);
 }

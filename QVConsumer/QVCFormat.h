@@ -13,7 +13,7 @@
 class QVCFormat {
 public:
     /// The "%@" text of a value: a text stays as it is, a number becomes its
-    /// decimal text (12.5 gives "12.5", 3.0 gives "3", true gives "1"), and a
+    /// decimal text (12.5 gives "12.5", 3.0 gives "3", true gives "1"; see number()), and a
     /// JSON null (an absent value) becomes "(null)". Arrays and objects give
     /// their JSON text.
     static std::string object(const QVCJSON& value);
@@ -25,8 +25,9 @@ public:
     /// The same for a value of an answer.
     static std::string object(QVCAnswerValue value);
 
-    /// The shortest decimal text that reads back as the same double, in the
-    /// "%g" style (3.0 gives "3", 1e21 gives "1e+21").
+    /// The shortest text that reads back as the same double: decimal while
+    /// the exponent is below 17 (3.0 gives "3", 20.0 "20", 0.0001 "0.0001"),
+    /// in exponent form beyond it and for tiny values ("1e+21", "1e-05").
     static std::string number(double value);
 
     /// The "%@" texts of the parts, joined: format("a/", id, "/b") reads "a/42/b".

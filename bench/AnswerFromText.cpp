@@ -2,18 +2,18 @@
 
 #include <utility>
 
-#include "platform/QVCJSONParser.h"
+#include "platform/QVCAnswerDocument.h"
 
 namespace qvcbench {
 
 QVCResponse responseFromText(std::string text) {
-    QVCJSONParser::Result parsed = QVCJSONParser::parse(text);
-    if (!parsed.value) {
+    auto parsed = QVCAnswerDocument::parse(std::move(text));
+    if (!parsed.document) {
         return QVCResponse(std::nullopt, {},
                            QVCErrorResponse::initWithErrorMessages({"answer is not JSON (" + parsed.error + ")"},
                                                                    QVCErrorResponse::Kind::Transport));
     }
-    return QVCResponse(std::move(parsed.value), {}, nullptr);
+    return QVCResponse(std::move(parsed.document), {}, nullptr);
 }
 
 }  // namespace qvcbench

@@ -4,7 +4,7 @@
 #include <sstream>
 #include <stdexcept>
 
-#include "platform/QVCJSONParser.h"
+#include "platform/QVCAnswerDocument.h"
 
 namespace qvcbench {
 
@@ -29,11 +29,11 @@ void writeFile(const std::string& path, const std::string& content) {
 
 std::string simulatedAnswerBody(const std::string& simulationFile, const std::string& method, const std::string& path) {
     const std::string text = readFile(simulationFile);
-    QVCJSONParser::Result parsed = QVCJSONParser::parse(text);
-    if (!parsed.value) {
+    auto parsed = QVCAnswerDocument::parse(text);
+    if (!parsed.document) {
         throw std::runtime_error(simulationFile + " is not JSON: " + parsed.error);
     }
-    const QVCJSON& document = *parsed.value;
+    const QVCJSON document = QVCAnswerDocument::toJSON(parsed.document->root());
     auto entries = document.find("entries");
     if (!document.is_object() || entries == document.end() || !entries->is_array()) {
         throw std::runtime_error(simulationFile + " has no list of entries");

@@ -12,14 +12,16 @@ simdjson::dom::parser& threadParser() {
 }  // namespace
 
 QVCAnswerDocument::Parsed QVCAnswerDocument::parse(std::string text) {
-    const std::size_t length = text.size();
-    text.reserve(length + simdjson::SIMDJSON_PADDING);
+    // The parser reads up to SIMDJSON_PADDING bytes past the text: a string
+    // with that much spare capacity is parsed where it is; any other is copied
+    // into a padded buffer that the thread's parser keeps for the next answer.
+    const bool padded = text.capacity() - text.size() >= simdjson::SIMDJSON_PADDING;
     auto document = std::make_shared<QVCAnswerDocument>();
     simdjson::dom::element root;
-    auto error =
-        threadParser()
-            .parse_into_document(document->document_, reinterpret_cast<const std::uint8_t*>(text.data()), length, false)
-            .get(root);
+    auto error = threadParser()
+                     .parse_into_document(document->document_, reinterpret_cast<const std::uint8_t*>(text.data()),
+                                          text.size(), !padded)
+                     .get(root);
     if (error) {
         return {nullptr, simdjson::error_message(error)};
     }

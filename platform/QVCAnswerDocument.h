@@ -24,8 +24,10 @@ public:
         std::string error;                                  ///< why the text is not JSON; empty on success
     };
 
-    /// Parses text. The string is grown in place (never changed in content) to
-    /// give the parser the padding it reads past the end, which avoids a copy.
+    /// Parses text. A string with SIMDJSON_PADDING bytes of spare capacity is
+    /// parsed where it is; any other is copied into a padded buffer that the
+    /// thread's parser keeps. Each thread's parser keeps buffers sized for the
+    /// largest answer it has parsed (about 4 bytes per byte of text).
     static Parsed parse(std::string text);
     /// A document holding value: value is written as JSON text and parsed once,
     /// for answers that a host or a test builds in memory. Texts that are not

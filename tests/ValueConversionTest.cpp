@@ -29,10 +29,22 @@ TEST(ObjectText, WritesTheSameTextForAnAnswersValues) {
         EXPECT_EQ(QVCFormat::object(value), QVCFormat::object(values[index])) << values[index].dump();
         ++index;
     }
-    EXPECT_EQ(QVCFormat::number(100.0), "1e+02");
-    EXPECT_EQ(QVCFormat::number(1e21), "1e+21");
-    EXPECT_EQ(QVCFormat::number(0.0001), "0.0001");
-    EXPECT_EQ(QVCFormat::number(123456789.125), "123456789.125");
+    const std::vector<std::pair<double, std::string>> numbers = {{100.0, "100"},
+                                                                 {20.0, "20"},
+                                                                 {1200.0, "1200"},
+                                                                 {1e16, "10000000000000000"},
+                                                                 {1e17, "1e+17"},
+                                                                 {1e21, "1e+21"},
+                                                                 {0.0001, "0.0001"},
+                                                                 {1e-5, "1e-05"},
+                                                                 {-2.5e-7, "-2.5e-07"},
+                                                                 {0.1, "0.1"},
+                                                                 {0.0, "0"},
+                                                                 {123456789.125, "123456789.125"},
+                                                                 {1.7976931348623157e308, "1.7976931348623157e+308"}};
+    for (const auto& [value, text] : numbers) {
+        EXPECT_EQ(QVCFormat::number(value), text);
+    }
 }
 
 TEST(ObjectText, JoinsPathPartsAndWritesFixedDecimals) {
