@@ -54,37 +54,40 @@ std::shared_ptr<QVConsumerManager> QVConsumerManager::initWithAppID(const std::o
     return manager;
 }
 
-std::optional<std::string> QVConsumerManager::simulatePath() const {
+template <typename T>
+T QVConsumerManager::locked(const T& value) const {
     std::lock_guard<std::mutex> lock(mutex_);
-    return simulatePath_;
+    return value;
+}
+
+template <typename T>
+void QVConsumerManager::setLocked(T& target, T value) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    target = std::move(value);
+}
+
+std::optional<std::string> QVConsumerManager::simulatePath() const {
+    return locked(simulatePath_);
 }
 
 void QVConsumerManager::setSimulatePath(std::optional<std::string> simulatePath) {
-    std::lock_guard<std::mutex> lock(mutex_);
-    simulatePath_ = std::move(simulatePath);
+    setLocked(simulatePath_, std::move(simulatePath));
 }
 
 std::optional<std::string> QVConsumerManager::loyalty() const {
-    std::lock_guard<std::mutex> lock(mutex_);
-    return loyalty_;
+    return locked(loyalty_);
 }
 
 void QVConsumerManager::setLoyalty(std::optional<std::string> loyalty) {
-    std::lock_guard<std::mutex> lock(mutex_);
-    loyalty_ = std::move(loyalty);
+    setLocked(loyalty_, std::move(loyalty));
 }
 
 void QVConsumerManager::setClock(Clock clock) {
-    std::lock_guard<std::mutex> lock(mutex_);
-    clock_ = std::move(clock);
+    setLocked(clock_, std::move(clock));
 }
 
 std::chrono::system_clock::time_point QVConsumerManager::now() const {
-    Clock clock;
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        clock = clock_;
-    }
+    const Clock clock = locked(clock_);
     return clock ? clock() : std::chrono::system_clock::now();
 }
 

@@ -173,6 +173,11 @@ private:
 
     /// The time that dates a redemption: the host's clock, or the system's.
     std::chrono::system_clock::time_point now() const;
+    /// A copy of one of the values below, and their setter, under mutex_.
+    template <typename T>
+    T locked(const T& value) const;
+    template <typename T>
+    void setLocked(T& target, T value);
 
     mutable std::mutex mutex_;  // guards the three values below
     std::optional<std::string> simulatePath_;

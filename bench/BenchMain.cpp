@@ -97,45 +97,47 @@ void BM_OfferListResponseFromText(benchmark::State& state) {
 }
 BENCHMARK(BM_OfferListResponseFromText)->Arg(100)->Arg(1000)->Arg(10000)->Unit(benchmark::kMicrosecond)->UseRealTime();
 
-void BM_MasterData(benchmark::State& state) {
-    const std::string path = "lqsapi/consumers/v1/data";
+/// One call of an operation answered from the shipped simulation file's
+/// answer to GET path; call(manager, received) starts it and sets received
+/// when the completion got what it should.
+template <typename Call>
+void perCall(benchmark::State& state, const std::string& path, const char* failure, const Call& call) {
     auto handler = std::make_shared<qvcbench::TextAnswerHandler>(
         qvcbench::simulatedAnswerBody(qvcbench::shippedSimulationFile(), "GET", path), path);
     auto manager = qvcbench::makeManager(0, handler);
     for (auto _ : state) {
         bool received = false;
-        manager->getMasterDataWithCompletionWithCompletion([&](std::shared_ptr<QVCMasterData> masterData,
-                                                               QVConsumerManager::Error error,
-                                                               std::exception_ptr exception) {
-            received = masterData && !error && !exception && !masterData->states.empty();
-        });
+        call(*manager, received);
         if (!received) {
-            state.SkipWithError("the master data completion did not receive the reference lists");
+            state.SkipWithError(failure);
             break;
         }
     }
     state.counters["per_call"] = timePer(1);
 }
+
+void BM_MasterData(benchmark::State& state) {
+    perCall(state, "lqsapi/consumers/v1/data", "the master data completion did not receive the reference lists",
+            [](QVConsumerManager& manager, bool& received) {
+                manager.getMasterDataWithCompletionWithCompletion([&](std::shared_ptr<QVCMasterData> masterData,
+                                                                      QVConsumerManager::Error error,
+                                                                      std::exception_ptr exception) {
+                    received = masterData && !error && !exception && !masterData->states.empty();
+                });
+            });
+}
 BENCHMARK(BM_MasterData)->Unit(benchmark::kMicrosecond)->UseRealTime();
 
 void BM_AuthenticateConsumer(benchmark::State& state) {
-    const std::string path = "lqsapi/consumers/v1/consumer/jdoe/authenticate";
-    auto handler = std::make_shared<qvcbench::TextAnswerHandler>(
-        qvcbench::simulatedAnswerBody(qvcbench::shippedSimulationFile(), "GET", path), path);
-    auto manager = qvcbench::makeManager(0, handler);
-    for (auto _ : state) {
-        bool received = false;
-        manager->authenticateConsumerWithUserName(
-            "jdoe", [&](std::shared_ptr<QVCConsumerInfo> consumer, QVConsumerManager::Error error,
-                        std::exception_ptr exception) {
-                received = consumer && !error && !exception && consumer->consumerID == 1001;
+    perCall(state, "lqsapi/consumers/v1/consumer/jdoe/authenticate",
+            "the authentication completion did not receive consumer 1001",
+            [](QVConsumerManager& manager, bool& received) {
+                manager.authenticateConsumerWithUserName(
+                    "jdoe", [&](std::shared_ptr<QVCConsumerInfo> consumer, QVConsumerManager::Error error,
+                                std::exception_ptr exception) {
+                        received = consumer && !error && !exception && consumer->consumerID == 1001;
+                    });
             });
-        if (!received) {
-            state.SkipWithError("the authentication completion did not receive consumer 1001");
-            break;
-        }
-    }
-    state.counters["per_call"] = timePer(1);
 }
 BENCHMARK(BM_AuthenticateConsumer)->Unit(benchmark::kMicrosecond)->UseRealTime();
 
