@@ -1,6 +1,9 @@
 #include "QVConsumer/QVCReader.h"
 
+#include <algorithm>
 #include <cctype>
+#include <cstring>
+#include <new>
 #include <utility>
 
 #include "QVConsumer/QVCException.h"
@@ -55,12 +58,12 @@ std::shared_ptr<const QVCAnswerDocument> QVCReader::parse(const QVCJSON& documen
     return parsed.document;
 }
 
-QVCReader::QVCReader(const QVCReader& parent, std::optional<QVCAnswerValue> value, Step step) : QVCReader(parent) {
-    value_ = value;
-    if (depth_ < maxSteps) {
-        steps_[depth_] = step;
+QVCReader::QVCReader(const QVCReader& parent, std::optional<QVCAnswerValue> value, Step step)
+    : value_(value), name_(parent.name_), depth_(parent.depth_ + 1) {
+    std::copy(parent.steps_, parent.steps_ + std::min(parent.depth_, maxSteps), steps_);
+    if (parent.depth_ < maxSteps) {
+        steps_[parent.depth_] = step;
     }
-    ++depth_;
 }
 
 std::string QVCReader::path() const {
@@ -91,7 +94,35 @@ std::optional<QVCAnswerValue> QVCReader::lookUp(const char* key) const {
         throw QVCException("cannot read key \"" + std::string(key) + "\" of " + path() + ": it is " +
                            kindName(*value_) + ", not an object");
     }
-    return QVCAnswerDocument::find(*value_, key);
+    if (listing_ == Listing::NotYet) {
+        listMembers();
+    }
+    if (listing_ == Listing::TooMany) {
+        return QVCAnswerDocument::find(*value_, key);
+    }
+    // From the last member back, so that the last of a repeated key wins.
+    const std::size_t length = std::strlen(key);
+    const auto* members = std::launder(reinterpret_cast<const Member*>(members_));
+    for (std::size_t index = memberCount_; index-- > 0;) {
+        if (members[index].length == length && std::memcmp(members[index].key, key, length) == 0) {
+            return members[index].value;
+        }
+    }
+    return std::nullopt;
+}
+
+void QVCReader::listMembers() const {
+    const simdjson::dom::object object(*value_);
+    auto* members = reinterpret_cast<Member*>(members_);
+    memberCount_ = 0;
+    for (auto field = object.begin(), end = object.end(); field != end; ++field) {
+        if (memberCount_ == maxMembers) {
+            listing_ = Listing::TooMany;
+            return;
+        }
+        new (&members[memberCount_++]) Member{field.key_c_str(), field.key_length(), field.value()};
+    }
+    listing_ = Listing::Listed;
 }
 
 std::optional<QVCAnswerValue> QVCReader::filtered(const char* key) const {

@@ -108,8 +108,21 @@ private:
         std::size_t index;
     };
     static constexpr std::size_t maxSteps = 8;
+    /// One member of the object a reader stands on: its key as it stands in
+    /// the document, and its value.
+    struct Member {
+        const char* key;
+        std::size_t length;
+        QVCAnswerValue value;
+    };
+    /// Objects with more members than this are searched in the document itself.
+    static constexpr std::size_t maxMembers = 16;
+    enum class Listing : unsigned char { NotYet, Listed, TooMany };
 
     QVCReader(const QVCReader& parent, std::optional<QVCAnswerValue> value, Step step);
+    /// Lists the members of the object this reader stands on, once, so that
+    /// the keys read after the first are found without walking the document.
+    void listMembers() const;
     /// The integer value of leaf, the value under key; raises when it has none.
     std::int64_t integerOf(const char* key, QVCAnswerValue leaf) const;
     [[noreturn]] void raiseNoInteger(const char* key, QVCAnswerValue leaf) const;
@@ -123,4 +136,9 @@ private:
     const char* name_;
     Step steps_[maxSteps];
     std::size_t depth_ = 0;  // steps taken; those beyond maxSteps are not named
+    // Filled by listMembers(); left uninitialised until then, since most
+    // readers only step through.
+    mutable Listing listing_ = Listing::NotYet;
+    mutable std::size_t memberCount_ = 0;
+    alignas(Member) mutable unsigned char members_[sizeof(Member) * maxMembers];
 };

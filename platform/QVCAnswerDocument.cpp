@@ -1,5 +1,6 @@
 #include "platform/QVCAnswerDocument.h"
 
+#include <mutex>
 #include <utility>
 
 namespace {
@@ -9,7 +10,52 @@ simdjson::dom::parser& threadParser() {
     return parser;
 }
 
+/// The storage of one finished document, kept for the next answer: a large
+/// answer then lands in pages that are already mapped, rather than in fresh
+/// ones that the system must map and zero on first touch and unmap on free.
+class SpareStorage {
+public:
+    static SpareStorage& instance() {
+        // Never destroyed: documents may die in other static destructors.
+        static auto* spare = new SpareStorage;
+        return *spare;
+    }
+
+    simdjson::dom::document take() {
+        std::lock_guard<std::mutex> lock(mutex_);
+        simdjson::dom::document taken = std::move(document_);
+        // A moved-from document still claims its capacity: make it empty.
+        document_ = simdjson::dom::document();
+        return taken;
+    }
+
+    /// Keeps document unless its storage is too large to hold on to, or a
+    /// larger one is already kept.
+    void give(simdjson::dom::document&& document) {
+        if (document.capacity() > maxKeptCapacity) {
+            return;
+        }
+        std::lock_guard<std::mutex> lock(mutex_);
+        if (document.capacity() > document_.capacity()) {
+            document_ = std::move(document);
+        }
+    }
+
+private:
+    // Answers up to this size (bytes of text) reuse storage; its tape takes
+    // 8 bytes per byte of text, of which only what the answer uses is touched.
+    static constexpr std::size_t maxKeptCapacity = 32 * 1024 * 1024;
+    std::mutex mutex_;
+    simdjson::dom::document document_;
+};
+
 }  // namespace
+
+QVCAnswerDocument::QVCAnswerDocument() : document_(SpareStorage::instance().take()) {}
+
+QVCAnswerDocument::~QVCAnswerDocument() {
+    SpareStorage::instance().give(std::move(document_));
+}
 
 QVCAnswerDocument::Parsed QVCAnswerDocument::parse(std::string text) {
     // The parser reads up to SIMDJSON_PADDING bytes past the text: a string
@@ -68,10 +114,13 @@ std::optional<QVCAnswerValue> QVCAnswerDocument::find(QVCAnswerValue object, std
     if (!object.is_object()) {
         return std::nullopt;
     }
+    // Compares keys in place and makes a value only for a match; every field
+    // is seen, so that the last of a repeated key wins.
+    const simdjson::dom::object fields(object);
     std::optional<QVCAnswerValue> found;
-    for (auto field : simdjson::dom::object(object)) {
-        if (field.key == key) {
-            found = field.value;
+    for (auto field = fields.begin(), end = fields.end(); field != end; ++field) {
+        if (field.key_equals(key)) {
+            found = field.value();
         }
     }
     return found;

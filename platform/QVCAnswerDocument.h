@@ -47,6 +47,14 @@ public:
     /// has no such member.
     static std::optional<QVCAnswerValue> find(QVCAnswerValue object, std::string_view key);
 
+    /// Documents reuse the storage of a finished one (one is kept for the
+    /// process, for answers up to 32 MiB), so that a steady flow of large
+    /// answers does not map fresh memory for each.
+    QVCAnswerDocument();
+    ~QVCAnswerDocument();
+    QVCAnswerDocument(const QVCAnswerDocument&) = delete;
+    QVCAnswerDocument& operator=(const QVCAnswerDocument&) = delete;
+
 private:
     simdjson::dom::document document_;
 };
