@@ -36,6 +36,7 @@ const char* QVCErrorKindName(QVCErrorResponse::Kind kind) {
         case QVCErrorResponse::Kind::HTTPStatus: return "http-status";
         case QVCErrorResponse::Kind::Cancelled: return "cancelled";
         case QVCErrorResponse::Kind::OutcomeUnknown: return "outcome-unknown";
+        case QVCErrorResponse::Kind::PathRefused: return "path-refused";
     }
     return "general";
 }

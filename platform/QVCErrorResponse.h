@@ -19,6 +19,7 @@ public:
         HTTPStatus,      ///< the service answered with an error status
         Cancelled,       ///< the request was cancelled before an answer came
         OutcomeUnknown,  ///< a send may have reached the service but no answer came
+        PathRefused,     ///< the path is not one of the library's requests (see QVCRequestShapes); nothing was sent
     };
 
     QVCErrorResponse(std::vector<std::string> messages, Kind kind, std::optional<int> httpStatus);

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "platform/QVCAnswerDocument.h"
+#include "platform/QVCRequestShapes.h"
 
 namespace {
 
@@ -525,22 +526,6 @@ void QVCHTTPWebServiceHandler::setExceptionHook(QVCTransportThread::ExceptionHoo
     engine_->thread.setExceptionHook(std::move(hook));
 }
 
-std::string QVCHTTPWebServiceHandler::encodeForURL(const std::string& pathWithQuery) {
-    static const char* digits = "0123456789ABCDEF";
-    std::string encoded;
-    encoded.reserve(pathWithQuery.size());
-    for (unsigned char c : pathWithQuery) {
-        if (c <= 0x20 || c >= 0x7f || std::strchr("\"<>\\^`{|}#", c)) {
-            encoded += '%';
-            encoded += digits[c >> 4];
-            encoded += digits[c & 0x0f];
-        } else {
-            encoded += static_cast<char>(c);
-        }
-    }
-    return encoded;
-}
-
 void QVCHTTPWebServiceHandler::requestWithPath(const std::string& path, std::int64_t httpMethod, const std::string&,
                                                const std::optional<QVCHeaders>& headers,
                                                const std::optional<QVCJSON>& body, std::int64_t,
@@ -554,8 +539,11 @@ void QVCHTTPWebServiceHandler::requestWithPath(const std::string& path, std::int
         transfer->ready = failure(*transfer, *engine_->refusal, Kind::General);
     } else if (httpMethod != 0 && httpMethod != 1) {
         transfer->ready = failure(*transfer, "unknown httpMethod (0 reads, 1 sends)", Kind::General);
+    } else if (auto checked = QVCRequestShapes::check(transfer->method, path); !checked.target) {
+        transfer->path = checked.shape;  // the refused path is not repeated, not even on cancellation
+        transfer->ready = checked.refusal(transfer->method);
     } else {
-        transfer->url = engine_->rootURL + encodeForURL(path);
+        transfer->url = engine_->rootURL + *checked.target;
         transfer->headerLines = {"Accept: application/json", "Expect:"};
         transfer->headerLines.insert(transfer->headerLines.end(), engine_->credentialLines.begin(),
                                      engine_->credentialLines.end());

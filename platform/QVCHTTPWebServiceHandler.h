@@ -12,10 +12,11 @@
 /// the service over HTTP(S) with libcurl.
 ///
 /// - httpMethod 0 is a GET without body, 1 a POST carrying the body as JSON.
-///   The path is joined to the configured service root; characters that
-///   cannot stand in a URL (control characters, spaces, non-ASCII bytes, and
-///   " < > \ ^ ` { | } #) are percent-encoded, so no input can split the
-///   request line. The path is otherwise sent as it is (dot segments included).
+///   Before anything is sent, the method and path are checked against the
+///   library's requests (QVCRequestShapes): a path of another shape is
+///   refused with an error of kind PathRefused, and the inserted values of one
+///   that fits are percent-encoded. The result is joined to the configured
+///   service root and sent as it is (libcurl does not normalise it).
 /// - The application id and key travel on every request as the header fields
 ///   QVCPlatformConfiguration::appIDHeader and appKeyHeader. They are never
 ///   written into an error record.
@@ -54,9 +55,6 @@ public:
                          const std::optional<QVCHeaders>& headers, const std::optional<QVCJSON>& body,
                          std::int64_t responseType, const std::optional<std::string>& simulateFilePath,
                          QVCResponseCompletion completion) override;
-
-    /// pathWithQuery with every byte that cannot stand in a URL percent-encoded.
-    static std::string encodeForURL(const std::string& pathWithQuery);
 
 private:
     struct Engine;

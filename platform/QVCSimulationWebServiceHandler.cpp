@@ -5,15 +5,17 @@
 #include <mutex>
 #include <utility>
 
+#include "platform/QVCRequestShapes.h"
 #include "platform/QVCSimulationFile.h"
 
 namespace {
 
 struct Job {
     std::string method;
-    std::string path;
+    std::string path;  // the refused request's shape when refused is set
     std::optional<std::string> file;
     QVCResponseCompletion completion;
+    std::optional<QVCResponse> refused;
 };
 
 }  // namespace
@@ -32,6 +34,9 @@ struct QVCSimulationWebServiceHandler::State {
     std::string loadError;
 
     QVCResponse answer(const Job& job) {
+        if (job.refused) {
+            return *job.refused;
+        }
         if (!job.file) {
             return QVCResponse(std::nullopt, {},
                                QVCErrorResponse::initWithErrorMessages(
@@ -101,7 +106,10 @@ void QVCSimulationWebServiceHandler::requestWithPath(const std::string& path, st
                                                      const std::optional<std::string>& simulateFilePath,
                                                      QVCResponseCompletion completion) {
     std::string method = httpMethod == 0 ? "GET" : httpMethod == 1 ? "POST" : "method " + std::to_string(httpMethod);
-    Job job{method, path, simulateFilePath, std::move(completion)};
+    // Checked as the live transport checks it, so that both answer the same requests.
+    const auto checked = QVCRequestShapes::check(method, path);
+    Job job{method, checked.target ? path : checked.shape, simulateFilePath, std::move(completion),
+            checked.target ? std::nullopt : std::optional<QVCResponse>(checked.refusal(method))};
     {
         std::lock_guard<std::mutex> lock(state_->mutex);
         if (!state_->stopping) {

@@ -9,7 +9,8 @@
 /// request from the simulation file passed with it (simulateFilePath), never
 /// from the network. The file is loaded on first use and kept until a request
 /// names another file; a file that cannot be loaded answers every request with
-/// an error record saying why.
+/// an error record saying why. A request the live transport would refuse
+/// (QVCRequestShapes) is refused alike, before the file is read.
 ///
 /// Answers are delivered one at a time on the handler's own thread, as the
 /// live transport does. Destroying the handler answers every request still

@@ -19,12 +19,12 @@ std::string tlsFile(const std::string& name) {
 }
 
 /// An HTTPS server on a loopback port chosen at run time with the certificate
-/// tests/data/tls/<name>.pem, answering {"a":1} to GET /ok.
+/// tests/data/tls/<name>.pem, answering {"a":1} to the master data request.
 class TLSServer : public httplib::SSLServer {
 public:
     explicit TLSServer(const std::string& name)
         : httplib::SSLServer(tlsFile(name + ".pem").c_str(), tlsFile(name + ".key").c_str()) {
-        Get("/ok", [](const httplib::Request&, httplib::Response& response) {
+        Get("/lqsapi/consumers/v1/data", [](const httplib::Request&, httplib::Response& response) {
             response.set_content(R"({"a":1})", "application/json");
         });
         port = bind_to_any_port("127.0.0.1");
@@ -54,7 +54,8 @@ TEST(HTTPSTransport, VerifiesTheCertificateAndTheHostNameUnlessTurnedOff) {
     };
     const std::string ca = tlsFile("ca.pem"), missing = tlsFile("missing.pem");
     const Case cases[] = {
-        {localhost, std::nullopt, true, true, "127.0.0.1", "GET ok: the service's certificate could not be verified"},
+        {localhost, std::nullopt, true, true, "127.0.0.1",
+         "GET lqsapi/consumers/v1/data: the service's certificate could not be verified"},
         {localhost, missing, true, true, "127.0.0.1", "could not be read from " + missing},
         {localhost, std::nullopt, false, true, "127.0.0.1", ""},
         {localhost, ca, true, true, "127.0.0.1", ""},
@@ -71,7 +72,7 @@ TEST(HTTPSTransport, VerifiesTheCertificateAndTheHostNameUnlessTurnedOff) {
         configuration.verifyHost = c.verifyHost;
         QVCHTTPWebServiceHandler transport(configuration, "app-7", "secret-key-42");
         AnswerCollector collector;
-        sendGet(transport, "ok", std::nullopt, collector.completion());
+        sendGet(transport, "lqsapi/consumers/v1/data", std::nullopt, collector.completion());
         QVCResponse response = collector.single();
         SCOPED_TRACE(configuration.serviceRootURL + " trusting " + c.caBundle.value_or("the system"));
         if (c.expectedError.empty()) {

@@ -34,10 +34,13 @@ struct SimulationFileOnDisk {
     TemporaryFolder folder;
 };
 
-/// The body text of the one answer to GET a, or the error description.
+/// A request the transports accept: the master data request.
+const std::string masterData = "lqsapi/consumers/v1/data";
+
+/// The body text of the one answer to GET masterData, or the error description.
 std::string ask(QVCSimulationWebServiceHandler& handler, const std::optional<std::string>& file) {
     AnswerCollector collector;
-    sendGet(handler, "a", file, collector.completion());
+    sendGet(handler, masterData, file, collector.completion());
     QVCResponse answer = collector.single();
     return answer.bodyJSON() ? answer.bodyJSON()->get<std::string>() : describe(answer);
 }
@@ -116,7 +119,7 @@ TEST(SimulationFile, AnswerSequencesRepeatTheLastOrCycle) {
 }
 
 TEST(SimulationFile, LoaderRejectsMalformedFilesNamingEntryAndKey) {
-    const QVCJSON ok = entry("GET", "a", 1);
+    const QVCJSON ok = entry("GET", masterData, 1);
     auto with = [&](const std::string& key, const QVCJSON& value) {
         QVCJSON changed = ok;
         value.is_null() ? void(changed.erase(key)) : void(changed[key] = value);
@@ -146,11 +149,12 @@ TEST(SimulationFile, LoaderRejectsMalformedFilesNamingEntryAndKey) {
 }
 
 TEST(SimulationTransport, AnswersOnItsOwnThreadOneAtATime) {
-    SimulationFileOnDisk file(documentOf({entry("GET", "a/{x}", 1)}));
+    SimulationFileOnDisk file(documentOf({entry("GET", "lqsapi/consumers/v1/consumer/{x}/authenticate", 1)}));
     AnswerCollector collector;
     QVCSimulationWebServiceHandler handler;
     for (int i = 0; i < 20; ++i) {
-        sendGet(handler, "a/" + std::to_string(i), file.path(), collector.completion());
+        sendGet(handler, "lqsapi/consumers/v1/consumer/" + std::to_string(i) + "/authenticate", file.path(),
+                collector.completion());
     }
     ASSERT_TRUE(collector.waitFor(20));
     auto threads = collector.threads();
@@ -162,7 +166,7 @@ TEST(SimulationTransport, ReportsAMissingDirectoryOrInvalidFileOnceEach) {
     SimulationFileOnDisk broken("{\"entries\": [ {\"method\": \"GET\", ");
     SimulationFileOnDisk invalid(R"({"entries": [{"method": "GET", "path": "a"}]})");
     QVCSimulationWebServiceHandler handler;
-    EXPECT_THAT(ask(handler, std::nullopt), HasSubstr("GET a: no simulation file was given"));
+    EXPECT_THAT(ask(handler, std::nullopt), HasSubstr("GET " + masterData + ": no simulation file was given"));
     EXPECT_THAT(ask(handler, "/nonexistent/Simulate.json"),
                 HasSubstr("simulation file \"/nonexistent/Simulate.json\" does not exist"));
     // A directory once made the file stream throw on the transport's thread and end the process.
@@ -173,11 +177,11 @@ TEST(SimulationTransport, ReportsAMissingDirectoryOrInvalidFileOnceEach) {
 }
 
 TEST(SimulationTransport, LoadsAFileOnceAndReloadsWhenAnotherIsNamed) {
-    SimulationFileOnDisk first(documentOf({entry("GET", "a", "first")}));
-    SimulationFileOnDisk second(documentOf({entry("GET", "a", "second")}));
+    SimulationFileOnDisk first(documentOf({entry("GET", masterData, "first")}));
+    SimulationFileOnDisk second(documentOf({entry("GET", masterData, "second")}));
     QVCSimulationWebServiceHandler handler;
     EXPECT_EQ(ask(handler, first.path()), "first");
-    first.rewrite(documentOf({entry("GET", "a", "changed")}));
+    first.rewrite(documentOf({entry("GET", masterData, "changed")}));
     EXPECT_EQ(ask(handler, first.path()), "first") << "the file is read once, not for every request";
     EXPECT_EQ(ask(handler, second.path()), "second");
     EXPECT_EQ(ask(handler, first.path()), "changed");
@@ -185,10 +189,10 @@ TEST(SimulationTransport, LoadsAFileOnceAndReloadsWhenAnotherIsNamed) {
 
 TEST(SimulationTransport, MayBeReleasedFromItsOwnAnswer) {
     // A host that drops its last reference inside a completion must not deadlock the transport.
-    SimulationFileOnDisk file(documentOf({entry("GET", "a", 1)}));
+    SimulationFileOnDisk file(documentOf({entry("GET", masterData, 1)}));
     auto handler = std::make_shared<QVCSimulationWebServiceHandler>();
     std::promise<void> released;
-    sendGet(*handler, "a", file.path(), [&](const QVCResponse&) {
+    sendGet(*handler, masterData, file.path(), [&](const QVCResponse&) {
         handler.reset();
         released.set_value();
     });
@@ -196,15 +200,15 @@ TEST(SimulationTransport, MayBeReleasedFromItsOwnAnswer) {
 }
 
 TEST(SimulationTransport, DestructionCancelsWaitingRequestsOnceEach) {
-    SimulationFileOnDisk file(documentOf({entry("GET", "a", 1)}));
+    SimulationFileOnDisk file(documentOf({entry("GET", masterData, 1)}));
     std::mutex gate;
     std::unique_lock<std::mutex> hold(gate);
     AnswerCollector collector;
     auto handler = std::make_unique<QVCSimulationWebServiceHandler>();
     // The first answer blocks the handler's thread until the handler is being destroyed.
-    sendGet(*handler, "a", file.path(), [&](const QVCResponse&) { std::lock_guard<std::mutex> wait(gate); });
+    sendGet(*handler, masterData, file.path(), [&](const QVCResponse&) { std::lock_guard<std::mutex> wait(gate); });
     for (int i = 0; i < 5; ++i) {
-        sendGet(*handler, "a", file.path(), collector.completion());
+        sendGet(*handler, masterData, file.path(), collector.completion());
     }
     std::thread destroyer([h = std::move(handler)]() mutable { h.reset(); });
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
@@ -213,7 +217,7 @@ TEST(SimulationTransport, DestructionCancelsWaitingRequestsOnceEach) {
     ASSERT_EQ(collector.answers().size(), 5u);
     for (const auto& answer : collector.answers()) {
         EXPECT_EQ(kindOf(answer), QVCErrorResponse::Kind::Cancelled);
-        EXPECT_THAT(describe(answer), HasSubstr("GET a: cancelled"));
+        EXPECT_THAT(describe(answer), HasSubstr("GET " + masterData + ": cancelled"));
     }
 }
 
