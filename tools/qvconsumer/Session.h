@@ -55,10 +55,8 @@ public:
         start(await.completion());
         std::exception_ptr escaped;
         auto values = await.wait(waitLimit_, escaped);
-        if (!values && escaped) {
-            check(what, escaped, false);
-        }
         if (!values) {
+            check(what, escaped, false);
             throw Failure(ExitNoAnswer, what + ": no answer within " + std::to_string(waitLimit_.count()) + " ms");
         }
         std::apply([&](const auto&... value) { (check(what, value, errorsAreResults), ...); }, *values);

@@ -53,9 +53,8 @@ int main(int argc, char** argv) {
     app.require_subcommand(0, 1);
     app.fallthrough();  // global options may also follow the subcommand
     app.footer(
-        "Exit status: 0 success, 1 the output could not be written, 2 usage or input error, 3 the service or transport "
-        "reported an error, "
-        "4 the library raised an exception, 5 no answer came in time.");
+        "Exit status: 0 success, 1 the output could not be written, 2 usage or input error, 3 the service or "
+        "transport reported an error, 4 the library raised an exception, 5 no answer came in time.");
 
     GlobalOptions options;
     app.add_option("--env", options.environment, "simulation (the shipped file answers) or live")
