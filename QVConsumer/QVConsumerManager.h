@@ -27,6 +27,12 @@ struct QVCProduct;
 /// through its completion, exactly once unless stated otherwise, on the thread
 /// the platform delivers the answer on. Failures arrive in the completion as an
 /// error record or as the caught exception; nothing is thrown to the caller.
+///
+/// An answer that a reader refuses (a malformed document) raises while the
+/// answer callback runs. With a handler that answers inside the request call
+/// that exception reaches the completion; with the platform's shipped
+/// transports, which answer on their own thread, it goes to
+/// setAnswerExceptionHook and no completion follows.
 class QVConsumerManager : public QVCoreCP, public std::enable_shared_from_this<QVConsumerManager> {
 public:
     using Error = std::shared_ptr<QVCErrorResponse>;

@@ -1,6 +1,7 @@
 // The qvconsumer tool, run as a separate process against the shipped simulation file.
 #include <gtest/gtest.h>
 
+#include <httplib.h>
 #include <sys/wait.h>
 
 #include <cstdio>
@@ -9,6 +10,7 @@
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <nlohmann/json.hpp>
@@ -41,10 +43,12 @@ std::string quoted(const std::string& argument) {
 }
 
 /// Runs the tool with the given arguments, the shipped simulation file and no
-/// credentials or service settings from the test's own environment.
-ToolRun runTool(const std::vector<std::string>& arguments) {
+/// credentials or service settings from the test's own environment; stdout
+/// goes to output when one is named.
+ToolRun runTool(const std::vector<std::string>& arguments, const std::string& output = "") {
     TemporaryFolder folder;
-    const std::string out = (folder.path() / "out").string(), err = (folder.path() / "err").string();
+    const std::string out = output.empty() ? (folder.path() / "out").string() : output,
+                      err = (folder.path() / "err").string();
     std::string command =
         "env -u QVCONSUMER_APP_ID -u QVCONSUMER_APP_KEY -u QVCONSUMER_SERVICE_URL "
         "QVCONSUMER_RESOURCE_DIR=" +
@@ -54,7 +58,7 @@ ToolRun runTool(const std::vector<std::string>& arguments) {
     }
     command += " >" + quoted(out) + " 2>" + quoted(err) + " </dev/null";
     int raw = std::system(command.c_str());
-    return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, readFile(out), readFile(err)};
+    return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, output.empty() ? readFile(out) : "", readFile(err)};
 }
 
 std::string golden(const std::string& name) {
@@ -107,23 +111,72 @@ TEST(ToolJsonOutput, PrintsOnlyJsonThatProgramsCanRead) {
 
     const auto push = parsedOut(runTool({"--json", "--consumer-id", "1001", "push-token", "tok"}));
     EXPECT_EQ(push, (nlohmann::json{{"registered", true}, {"consumerID", "1001"}}));
+
+    EXPECT_EQ(parsedOut(runTool({"--user", "asmith", "authenticate", "--json"}))["userName"], "asmith");
 }
 
-TEST(ToolProfiles, SignUpAndUpdateTakeOptionsOrAFileAndRoundTrip) {
-    const auto created = parsedOut(runTool({"--json", "sign-up", "--first-name", "Ann", "--last-name", "Lee", "--email",
-                                            "ann@example.com", "--city", "Boston"}));
-    EXPECT_TRUE(created["consumerID"].is_number_integer());
-    EXPECT_EQ(created["firstName"], "Ann");
+TEST(ToolProfiles, SignUpTakesOptionsAndUpdateWithoutConsumerStartsFromANewRecord) {
+    const auto created = parsedOut(runTool({"--json", "sign-up", "--user-name", "ann", "--first-name", "Ann",
+                                            "--last-name", "Lee", "--email", "ann@example.com", "--city", "Boston"}));
     EXPECT_EQ(created["city"], "Boston");
+    EXPECT_EQ(created["consumerGroupCodes"], nlohmann::json::array({1, 2}));
+    const auto updated = parsedOut(runTool({"--json", "--consumer-id", "5", "update-profile", "--last-name", "Lee"}));
+    EXPECT_EQ(updated["firstName"], "");
+    EXPECT_EQ(updated["lastName"], "Lee");
+}
 
-    // What authenticate prints is a profile file that update-profile accepts.
+TEST(ToolProfiles, UpdateSendsBackTheConsumersOwnRowsWithOnlyTheGivenChange) {
+    // A service that knows jdoe with the rows 7, 11, 12 and 13 and no middle name.
+    httplib::Server service;
+    std::mutex mutex;
+    nlohmann::json sent;
+    service.Get(".*/jdoe/authenticate", [](const httplib::Request&, httplib::Response& response) {
+        response.set_content(R"({"consumers": [{"consumerId": 1001, "userId": "jdoe", "contactList": [{
+            "contactId": "7", "contactTypeCode": "2", "firstName": "John", "lastName": "Doe",
+            "address": [{"addressId": "11", "addressLine3": "Suite 3"}], "email": [{"emailAddressId": "12"}],
+            "phone": [{"phoneNumberId": "13"}]}]}]})",
+                             "application/json");
+    });
+    service.Post("/lqsapi/consumers/v1/consumer", [&](const httplib::Request& request, httplib::Response& response) {
+        std::lock_guard<std::mutex> lock(mutex);
+        sent.push_back(nlohmann::json::parse(request.body)["consumerRq"]["consumers"]);
+        response.set_content(R"({"consumers": {"consumerId": 1001}})", "application/json");
+    });
+    const int port = service.bind_to_any_port("127.0.0.1");
+    std::thread thread([&] { service.listen_after_bind(); });
+    auto live = [&](std::vector<std::string> arguments) {
+        const std::vector<std::string> global = {
+            "--env",    "live", "--service-url", "http://127.0.0.1:" + std::to_string(port),
+            "--app-id", "a",    "--app-key",     "k",
+            "--user",   "jdoe"};
+        arguments.insert(arguments.begin(), global.begin(), global.end());
+        return runTool(arguments);
+    };
+    // One field changed by an option, then through the profile file authenticate prints.
     TemporaryFolder folder;
     const fs::path file = folder.path() / "profile.json";
-    std::ofstream(file) << runTool({"--json", "authenticate", "jdoe"}).out;
-    const auto updated =
-        parsedOut(runTool({"--json", "--user", "jdoe", "update-profile", "--profile", file.string(), "--phone", "1"}));
-    EXPECT_EQ(updated["firstName"], "John");
-    EXPECT_EQ(updated["phone"], "1");
+    auto profile = parsedOut(live({"--json", "authenticate"}));
+    profile["firstName"] = "Ann";
+    std::ofstream(file) << profile;
+    EXPECT_EQ(live({"update-profile", "--first-name", "Ann"}).status, 0);
+    EXPECT_EQ(live({"update-profile", "--profile", file.string()}).status, 0);
+    service.stop();
+    thread.join();
+
+    ASSERT_EQ(sent.size(), 2U);
+    EXPECT_EQ(sent[1], sent[0]);
+    const std::pair<const char*, const char*> expected[] = {{"/contactId", "7"},
+                                                            {"/contactTypeCode", "2"},
+                                                            {"/address/0/addressId", "11"},
+                                                            {"/email/0/emailAddressId", "12"},
+                                                            {"/phone/0/phoneNumberId", "13"},
+                                                            {"/address/0/addressLine3", "Suite 3"},
+                                                            {"/firstName", "Ann"},
+                                                            {"/lastName", "Doe"},
+                                                            {"/middleName", ""}};
+    for (const auto& [pointer, value] : expected) {
+        EXPECT_EQ(sent[0]["contactList"][0][nlohmann::json::json_pointer(pointer)], value) << pointer;
+    }
 }
 
 TEST(ToolFailures, HaveOneLineMessagesAndDocumentedStatuses) {
@@ -134,9 +187,11 @@ TEST(ToolFailures, HaveOneLineMessagesAndDocumentedStatuses) {
     };
     TemporaryFolder folder;
     const fs::path missing = folder.path() / "missing.json", invalid = folder.path() / "invalid.json",
-                   nullName = folder.path() / "null-name.json", silent = folder.path() / "silent.json";
+                   refused = folder.path() / "refused.json", silent = folder.path() / "silent.json";
     std::ofstream(invalid) << "{\"firstName\": ";
-    std::ofstream(nullName) << R"({"firstName": null})";
+    // The reader refuses master data listing more countries than occupations.
+    std::ofstream(refused) << R"({"entries": [{"method": "GET", "path": "lqsapi/consumers/v1/data",
+        "answer": {"body": {"consumerRs": {"occupationTypes": [], "country": [{"countryCode": "US"}]}}}}]})";
     // An offer detail answer that is not one offer document calls no completion.
     std::ofstream(silent) << R"({"entries": [{"method": "GET", "path": "lqsapi/consumers/v1/consumers/{id}/offers/{o}",
                                               "answer": {"body": []}}]})";
@@ -144,6 +199,13 @@ TEST(ToolFailures, HaveOneLineMessagesAndDocumentedStatuses) {
         {{"frobnicate"}, 2, "frobnicate"},
         {{"validate", "SAVE10", "--item", "12"}, 2, "basket item \"12\" is not ID:PRICE[:QUANTITY]"},
         {{"redeem", "SAVE10", "--amount", "ten", "--reference", "R"}, 2, "amount \"ten\" is not a number"},
+        {{"redeem", "SAVE10", "--amount", "-5", "--reference", "R"}, 2, "amount \"-5\" is negative"},
+        {{"redeem", "SAVE10", "--amount", "nan", "--reference", "R"}, 2, "amount \"nan\" is not a number"},
+        {{"validate", "SAVE10", "--item", "1:-2"}, 2, "price \"-2\" in basket item \"1:-2\" is negative"},
+        {{"validate", "SAVE10", "--item", "1:2:0"}, 2, "quantity in basket item \"1:2:0\" must be at least 1"},
+        {{"validate", "SAVE10", "--item", "1:2:-1"}, 2, "quantity in basket item \"1:2:-1\" must be at least 1"},
+        {{"sign-up", "--first-name", "Ann"}, 2, "sign-up needs a user name (--user-name), a last name (--last-name)"},
+        {{"authenticate"}, 2, "authenticate needs a user name"},
         {{"rules-check", "SAVE10", "--cart-total", "1,5"}, 2, "cart total \"1,5\" is not a number"},
         {{"sign-up", "--profile", missing.string()}, 2, "profile file \"" + missing.string() + "\" does not exist"},
         {{"sign-up", "--profile", folder.path().string()}, 2, "is a directory, not a file"},
@@ -164,10 +226,10 @@ TEST(ToolFailures, HaveOneLineMessagesAndDocumentedStatuses) {
           "1", "loyalty"},
          3,
          "loyalty failed"},
-        // The update document needs every name: an absent first name raises while it is built.
-        {{"--user", "jdoe", "update-profile", "--profile", nullName.string()},
+        // Refused on the transport's thread: reported at once, not waited for.
+        {{"--simulation-file", refused.string(), "--timeout-ms", "2000", "master-data"},
          4,
-         "attempt to insert an absent value for key \"firstName\""},
+         "master-data raised: country[0].sortOrder is read from occupationTypes[0], which does not exist"},
         {{"--simulation-file", silent.string(), "--timeout-ms", "300", "--consumer-id", "1", "offer", "7"},
          5,
          "offer \"7\": no answer within 300 ms"},
@@ -187,6 +249,12 @@ TEST(ToolFailures, TheLargestTimeoutAndIdsAreAcceptedAndWaitedFor) {
                                  "9223372036854775807", "--user", "jdoe", "loyalty"});
     EXPECT_EQ(run.status, 0) << run.err;
     EXPECT_THAT(run.out, HasSubstr("points: 1250"));
+}
+
+TEST(ToolFailures, OutputThatCannotBeWrittenIsNotSuccess) {
+    const ToolRun run = runTool({"--user", "jdoe", "loyalty"}, "/dev/full");
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.err, "qvconsumer: the output could not be written\n");
 }
 
 }  // namespace

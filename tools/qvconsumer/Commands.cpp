@@ -1,10 +1,12 @@
 #include "Commands.h"
 
 #include <charconv>
+#include <cmath>
 #include <iostream>
 #include <sstream>
 
 #include "Present.h"
+#include "Profile.h"
 #include "QVConsumer/OfferDetails.h"
 #include "QVConsumer/OfferType.h"
 #include "QVConsumer/QVCConsumerInfo.h"
@@ -29,11 +31,20 @@ void emit(const Session& session, const Presented& presented, const std::functio
     }
 }
 
-bool isDecimalNumber(const std::string& text) {
+/// An amount (a price, a total) in decimal notation, 0 or more; context
+/// follows the quoted text in the message that refuses it.
+double parseAmount(const std::string& text, const std::string& what, const std::string& context = "") {
     double value = 0;
     const char* end = text.data() + text.size();
     auto result = std::from_chars(text.data(), end, value);
-    return !text.empty() && result.ec == std::errc() && result.ptr == end;
+    const std::string quoted = what + " \"" + text + "\"" + context;
+    if (text.empty() || result.ec != std::errc() || result.ptr != end || !std::isfinite(value)) {
+        throw Failure(ExitUsage, quoted + " is not a number");
+    }
+    if (value < 0) {
+        throw Failure(ExitUsage, quoted + " is negative");
+    }
+    return value;
 }
 
 std::int64_t parseInteger(const std::string& text, const std::string& what) {
@@ -58,11 +69,12 @@ std::shared_ptr<QVCProduct> parseBasketItem(const std::string& item) {
     }
     auto product = std::make_shared<QVCProduct>();
     product->productId = parseInteger(parts[0], "product id in basket item \"" + item + "\":");
-    if (!isDecimalNumber(parts[1])) {
-        throw Failure(ExitUsage, "price \"" + parts[1] + "\" in basket item \"" + item + "\" is not a number");
-    }
+    parseAmount(parts[1], "price", " in basket item \"" + item + "\"");
     product->price = parts[1];
     product->quantity = parts.size() == 3 ? parseInteger(parts[2], "quantity in basket item \"" + item + "\":") : 1;
+    if (product->quantity < 1) {
+        throw Failure(ExitUsage, "quantity in basket item \"" + item + "\" must be at least 1");
+    }
     return product;
 }
 
@@ -108,10 +120,27 @@ nlohmann::json profileFrom(const ProfileOptions& options) {
     return profile;
 }
 
-std::shared_ptr<QVCConsumerInfo> buildProfile(const ProfileOptions& options) {
-    auto consumer = std::make_shared<QVCConsumerInfo>();
-    applyProfile(*consumer, profileFrom(options), options.file ? *options.file : std::string("the options"));
-    return consumer;
+/// Sets the profile options on consumer.
+void applyProfileOptions(QVCConsumerInfo& consumer, const ProfileOptions& options, const nlohmann::json& profile) {
+    applyProfile(consumer, profile, options.file ? *options.file : std::string("the options"));
+}
+
+/// Refuses a new consumer without a user name, a first name or a last name.
+void requireNames(const QVCConsumerInfo& consumer) {
+    const std::pair<const char*, std::optional<std::string>> names[] = {
+        {"a user name (--user-name)", consumer.personalInfo ? consumer.personalInfo->consumerName : std::nullopt},
+        {"a first name (--first-name)", consumer.firstName},
+        {"a last name (--last-name)", consumer.lastName},
+    };
+    std::string missing;
+    for (const auto& [name, value] : names) {
+        if (!value || value->empty()) {
+            missing += (missing.empty() ? "" : ", ") + std::string(name);
+        }
+    }
+    if (!missing.empty()) {
+        throw Failure(ExitUsage, "sign-up needs " + missing);
+    }
 }
 
 void printConsumer(const Session& session, const QVCConsumerInfo& consumer) {
@@ -171,13 +200,10 @@ Presented validateBasket(Session& session, const std::string& offerCode, const M
     for (std::size_t i = 0; i < basket.size(); ++i) {
         Presented line = presentProduct(*basket[i]);
         line["discountedPrice"] =
-            i < priced.size() && priced[i] != basket[i] ? Presented(*priced[i]->price) : Presented(nullptr);
+            i < priced.size() && priced[i] != basket[i] ? presentText(priced[i]->price) : Presented(nullptr);
         lines.push_back(std::move(line));
     }
-    return {{"offerCode", offerCode},
-            {"valid", valid},
-            {"amountOff", amountOff ? Presented(*amountOff) : Presented()},
-            {"basket", lines}};
+    return {{"offerCode", offerCode}, {"valid", valid}, {"amountOff", presentText(amountOff)}, {"basket", lines}};
 }
 
 void printValidation(std::ostream& out, const Presented& validation, const std::string& indent) {
@@ -210,28 +236,42 @@ int runMasterData(Session& session) {
     return ExitSuccess;
 }
 
-int runAuthenticate(Session& session, const std::string& userName) {
-    printConsumer(session, *session.authenticate(userName));
+int runAuthenticate(Session& session, const std::optional<std::string>& userName) {
+    const auto name = userName ? userName : session.options().userName;
+    if (!name) {
+        throw Failure(ExitUsage, "authenticate needs a user name: authenticate USER, or --user USER");
+    }
+    printConsumer(session, *session.authenticate(*name));
     return ExitSuccess;
 }
 
 int runSignUp(Session& session, const ProfileOptions& options) {
-    auto profile = buildProfile(options);
-    printConsumer(session, *sendProfile(session, "sign-up", profile, true));
+    auto consumer = std::make_shared<QVCConsumerInfo>();
+    applyProfileOptions(*consumer, options, profileFrom(options));
+    requireNames(*consumer);
+    printConsumer(session, *sendProfile(session, "sign-up", consumer, true));
     return ExitSuccess;
 }
 
 int runUpdateProfile(Session& session, const ProfileOptions& options) {
-    auto profile = buildProfile(options);
-    session.signIn();
-    printConsumer(session, *sendProfile(session, "update-profile", profile, false));
+    const auto profile = profileFrom(options);
+    QVCConsumerInfo scratch;  // refuses bad options before anything is sent
+    applyProfileOptions(scratch, options, profile);
+    // The consumer's profile as the service returns it, or a new record.
+    auto consumer = session.signIn();
+    if (!consumer) {
+        consumer = std::make_shared<QVCConsumerInfo>();
+    }
+    applyProfileOptions(*consumer, options, profile);
+    fillAbsentValues(*consumer);
+    printConsumer(session, *sendProfile(session, "update-profile", consumer, false));
     return ExitSuccess;
 }
 
 int runLoyalty(Session& session) {
     session.signIn();
     auto [points, description, error, exception] = readLoyalty(session);
-    Presented presented = {{"points", points}, {"status", description ? Presented(*description) : Presented()}};
+    Presented presented = {{"points", points}, {"status", presentText(description)}};
     emit(session, presented, [&] { printFields(std::cout, presented); });
     return ExitSuccess;
 }
@@ -269,9 +309,7 @@ int runOfferCode(Session& session, const std::string& offerCode) {
 
 int runRulesCheck(Session& session, const std::string& offerCode, const std::string& cartTotal,
                   std::optional<std::int64_t> productID) {
-    if (!isDecimalNumber(cartTotal)) {
-        throw Failure(ExitUsage, "cart total \"" + cartTotal + "\" is not a number");
-    }
+    parseAmount(cartTotal, "cart total");
     session.signIn();
     readLoyalty(session);
     auto offer = offerByCode(session, offerCode);
@@ -305,16 +343,14 @@ int runValidate(Session& session, const std::string& offerCode, const std::vecto
 
 int runRedeem(Session& session, const std::string& offerCode, const std::string& amount,
               const std::string& referenceID) {
-    if (!isDecimalNumber(amount)) {
-        throw Failure(ExitUsage, "amount \"" + amount + "\" is not a number");
-    }
+    const double value = parseAmount(amount, "amount");
     session.signIn();
     auto& manager = session.manager();
     auto [location, error, exception] =
         session.call<Manager::RedemptionCompletion>("redeem \"" + offerCode + "\"", [&](auto completion) {
-            manager.redeemOfferWithAmount(QVCJSON(std::stod(amount)), offerCode, QVCJSON(referenceID), completion);
+            manager.redeemOfferWithAmount(QVCJSON(value), offerCode, QVCJSON(referenceID), completion);
         });
-    Presented presented = {{"offerCode", offerCode}, {"location", location ? Presented(*location) : Presented()}};
+    Presented presented = {{"offerCode", offerCode}, {"location", presentText(location)}};
     emit(session, presented, [&] { printFields(std::cout, presented); });
     return ExitSuccess;
 }
@@ -324,7 +360,7 @@ int runPushToken(Session& session, const std::string& token) {
     auto& manager = session.manager();
     auto [success, error, exception] = session.call<Manager::PushCompletion>(
         "push-token", [&](auto completion) { manager.setPushDeviceToken(QVCJSON(token), completion); });
-    Presented presented = {{"registered", success}, {"consumerID", manager.consumerID().value_or("")}};
+    Presented presented = {{"registered", success}, {"consumerID", presentText(manager.consumerID())}};
     emit(session, presented, [&] { printFields(std::cout, presented); });
     return ExitSuccess;
 }

@@ -39,8 +39,12 @@ void printValidation(std::ostream& out, const Presented& validation, const std::
 
 // One function per subcommand; each returns the exit status or throws Failure.
 int runMasterData(Session& session);
-int runAuthenticate(Session& session, const std::string& userName);
+/// The user name from the argument, otherwise from --user.
+int runAuthenticate(Session& session, const std::optional<std::string>& userName);
+/// Refuses a profile without a user name, a first name or a last name.
 int runSignUp(Session& session, const ProfileOptions& profile);
+/// Starts from the --user consumer's profile as read, otherwise from a new
+/// record; applies the options given; absent texts go out empty.
 int runUpdateProfile(Session& session, const ProfileOptions& profile);
 int runLoyalty(Session& session);
 int runOffers(Session& session);

@@ -6,6 +6,7 @@
 /// The tool's exit statuses.
 enum ExitStatus : int {
     ExitSuccess = 0,
+    ExitOutput = 1,        ///< the output could not be written
     ExitUsage = 2,         ///< bad command line or input file; nothing was sent
     ExitServiceError = 3,  ///< the service or the transport reported an error
     ExitException = 4,     ///< the library raised an exception

@@ -15,8 +15,9 @@
 /// forms always show the same values.
 using Presented = nlohmann::ordered_json;
 
+/// A text as the record holds it: absent is null, every text ("(null)" too) stays itself.
+Presented presentText(const std::optional<std::string>& value);
 Presented presentMasterData(const QVCMasterData& masterData);
-Presented presentConsumer(const QVCConsumerInfo& consumer);
 Presented presentOffer(const QVCOffer& offer);
 Presented presentProduct(const QVCProduct& product);
 
@@ -32,8 +33,3 @@ void printOffer(std::ostream& out, const Presented& offer);
 void printOfferTable(std::ostream& out, const Presented& offers, const std::string& indent = "");
 /// Prints the master data as one titled table per list.
 void printMasterData(std::ostream& out, const Presented& masterData);
-
-/// Fills a consumer record from a profile object (keys as presentConsumer
-/// writes them; a subset is enough). Throws Failure(ExitUsage) naming an
-/// unknown key or a value of the wrong kind.
-void applyProfile(QVCConsumerInfo& consumer, const nlohmann::json& profile, const std::string& source);

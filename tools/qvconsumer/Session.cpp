@@ -65,6 +65,9 @@ Session::Session(const GlobalOptions& options) : options_(options) {
         }
     }
     manager_->setPlatformConfiguration(configuration);
+    // A reader that refuses an answer raises on the transport's thread, where
+    // no completion follows: the hook ends the wait at once.
+    manager_->setAnswerExceptionHook(Rendezvous::hook(rendezvous_));
     waitLimit_ = waitLimit(configuration, environment == QVCEnvironmentLive);
 
     if (options.simulationFile) {
@@ -91,10 +94,8 @@ std::shared_ptr<QVCConsumerInfo> Session::authenticate(const std::string& userNa
     return consumer;
 }
 
-void Session::signIn() {
-    if (options_.userName) {
-        authenticate(*options_.userName);
-    }
+std::shared_ptr<QVCConsumerInfo> Session::signIn() {
+    return options_.userName ? authenticate(*options_.userName) : nullptr;
 }
 
 void Session::check(const std::string& what, const std::exception_ptr& exception, bool) {

@@ -40,19 +40,23 @@ public:
 
     /// Authenticates userName, which becomes the consumer the manager acts for.
     std::shared_ptr<QVCConsumerInfo> authenticate(const std::string& userName);
-    /// Authenticates --user when given, so that the command acts for that consumer.
-    void signIn();
+    /// Authenticates --user when given, so that the command acts for that
+    /// consumer; that consumer's profile, or null without --user.
+    std::shared_ptr<QVCConsumerInfo> signIn();
 
     /// Starts an operation with a completion of type Completion, waits for it
-    /// and returns its arguments. A caught exception, an error record (unless
+    /// and returns its arguments. A caught exception, one that escaped an
+    /// answer callback on the transport's thread, an error record (unless
     /// errorsAreResults) or no answer in time end the command.
     template <typename Completion, typename Start>
     typename AwaitFor<Completion>::type::Values call(const std::string& what, const Start& start,
                                                      bool errorsAreResults = false) {
-        typename AwaitFor<Completion>::type await;
+        typename AwaitFor<Completion>::type await(rendezvous_);
         start(await.completion());
-        auto values = await.wait(waitLimit_);
+        std::exception_ptr escaped;
+        auto values = await.wait(waitLimit_, escaped);
         if (!values) {
+            check(what, escaped, false);
             throw Failure(ExitNoAnswer, what + ": no answer within " + std::to_string(waitLimit_.count()) + " ms");
         }
         std::apply([&](const auto&... value) { (check(what, value, errorsAreResults), ...); }, *values);
@@ -68,6 +72,7 @@ private:
     GlobalOptions options_;
     std::shared_ptr<QVConsumerManager> manager_;
     std::chrono::milliseconds waitLimit_{0};
+    std::shared_ptr<Rendezvous> rendezvous_ = std::make_shared<Rendezvous>();
 };
 
 /// The message of an exception that the library caught.

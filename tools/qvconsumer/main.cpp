@@ -53,8 +53,8 @@ int main(int argc, char** argv) {
     app.require_subcommand(0, 1);
     app.fallthrough();  // global options may also follow the subcommand
     app.footer(
-        "Exit status: 0 success, 2 usage or input error, 3 the service or transport reported an error, "
-        "4 the library raised an exception, 5 no answer came in time.");
+        "Exit status: 0 success, 1 the output could not be written, 2 usage or input error, 3 the service or "
+        "transport reported an error, 4 the library raised an exception, 5 no answer came in time.");
 
     GlobalOptions options;
     app.add_option("--env", options.environment, "simulation (the shipped file answers) or live")
@@ -79,9 +79,9 @@ int main(int argc, char** argv) {
 
     add("master-data", "the reference code lists")->callback([&] { command = runMasterData; });
 
-    std::string userName;
+    std::optional<std::string> userName;
     auto* authenticate = add("authenticate", "look a consumer up by user name");
-    authenticate->add_option("user-name", userName, "user name")->required();
+    authenticate->add_option("user-name", userName, "user name (--user when left out)");
     authenticate->callback([&] { command = [&](Session& s) { return runAuthenticate(s, userName); }; });
 
     ProfileOptions signUpProfile;
@@ -149,14 +149,21 @@ int main(int argc, char** argv) {
         std::cerr << "qvconsumer: no command given\nRun with --help for more information.\n";
         return ExitUsage;
     }
+    int status = ExitSuccess;
     try {
         Session session(options);
-        return command(session);
+        status = command(session);
     } catch (const Failure& failure) {
         std::cerr << "qvconsumer: " << failure.what() << '\n';
-        return failure.status();
+        status = failure.status();
     } catch (const std::exception& error) {
         std::cerr << "qvconsumer: " << error.what() << '\n';
-        return ExitException;
+        status = ExitException;
     }
+    // Output lost to a full disk or a closed file must not pass for success.
+    if (!std::cout.flush()) {
+        std::cerr << "qvconsumer: the output could not be written\n";
+        return status == ExitSuccess ? ExitOutput : status;
+    }
+    return status;
 }
