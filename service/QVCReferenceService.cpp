@@ -118,8 +118,7 @@ struct QVCReferenceService::Engine {
     std::mutex countsMutex;
     std::map<std::string, int> counts;
 
-    explicit Engine(Options given)
-        : options(std::move(given)), store(options.databasePath.value_or(":memory:")) {
+    explicit Engine(Options given) : options(std::move(given)), store(options.databasePath.value_or(":memory:")) {
         if (!store.seeded()) {
             store.load(options.seed);
         }
@@ -188,7 +187,8 @@ struct QVCReferenceService::Engine {
     }
 
     void routes() {
-        server.set_pre_routing_handler([this](const auto& request, auto& response) { return admit(request, response); });
+        server.set_pre_routing_handler(
+            [this](const auto& request, auto& response) { return admit(request, response); });
         const std::string consumer = "/lqsapi/consumers/v1/consumer";
         const std::string consumers = "/lqsapi/consumers/v1/consumers/([^/]*)/offers";
         server.Get("/lqsapi/consumers/v1/data", serve([this](const auto&, auto& response) {
@@ -203,8 +203,8 @@ struct QVCReferenceService::Engine {
                    }));
         server.Post(consumer, serve([this](const auto& request, auto& response) { saveConsumer(request, response); }));
         server.Get(consumer + "/([^/]*)/balance/loyalty", serve([this](const auto& request, auto& response) {
-                       const auto balance = store.balance(knownConsumer(request.matches[1])).value_or(
-                           QVCServiceStore::Balance{});
+                       const auto balance =
+                           store.balance(knownConsumer(request.matches[1])).value_or(QVCServiceStore::Balance{});
                        QVCJSON statuses = QVCJSON::array();
                        if (balance.status) {
                            statuses.push_back({{"description", *balance.status}});
@@ -270,8 +270,7 @@ struct QVCReferenceService::Engine {
         }
         const auto& consumer = Documents::consumerOf(body, Documents::Variant::SignUp);
         const std::string userName = consumer.at("userId");
-        const auto result =
-            store.signUp(userName, [&](std::int64_t id) { return Documents::stored(consumer, id); });
+        const auto result = store.signUp(userName, [&](std::int64_t id) { return Documents::stored(consumer, id); });
         if (result.outcome == Outcome::Conflict) {
             throw Refusal{409, "user name \"" + userName + "\" is taken"};
         }
@@ -289,12 +288,12 @@ struct QVCReferenceService::Engine {
         Documents::checkRedemption(body);
         const std::string code = offer->value("offerCode", "");
         if (body.at("offerCode") != code) {
-            throw Refusal{400, "offerCode \"" + body.at("offerCode").get<std::string>() + "\" is not the code of offer " +
-                                   consumerOfferID};
+            throw Refusal{400, "offerCode \"" + body.at("offerCode").get<std::string>() +
+                                   "\" is not the code of offer " + consumerOfferID};
         }
         const auto details = offer->value("offer", QVCJSON::object()).value("offerDetails", QVCJSON::object());
-        const auto limit =
-            Documents::wholeNumber(details.value("offerRules", QVCJSON::object()).value("individualRedeemLimit", QVCJSON()));
+        const auto limit = Documents::wholeNumber(
+            details.value("offerRules", QVCJSON::object()).value("individualRedeemLimit", QVCJSON()));
         const auto points =
             Documents::wholeNumber(details.value("offerType", QVCJSON::object()).value("loyaltyPoints", QVCJSON()));
         const auto result = store.redeem({consumerID, consumerOfferID, Documents::text(body.at("referenceId")),

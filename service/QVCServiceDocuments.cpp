@@ -29,23 +29,18 @@ struct Field {
 
 const char* problem(const QVCJSON& value, Kind kind) {
     switch (kind) {
-        case Kind::Text:
-            return value.is_string() ? nullptr : "must be text";
-        case Kind::TextOrNull:
-            return value.is_string() || value.is_null() ? nullptr : "must be text or null";
-        case Kind::Integer:
-            return value.is_number_integer() ? nullptr : "must be a whole number";
+        case Kind::Text: return value.is_string() ? nullptr : "must be text";
+        case Kind::TextOrNull: return value.is_string() || value.is_null() ? nullptr : "must be text or null";
+        case Kind::Integer: return value.is_number_integer() ? nullptr : "must be a whole number";
         case Kind::Id:
             return QVCServiceDocuments::wholeNumber(value) ? nullptr : "must be a whole number or a text of digits";
-        case Kind::TextOrNumber:
-            return value.is_string() || value.is_number() ? nullptr : "must be text or a number";
-        case Kind::Present:
-            return value.is_null() ? "must not be null" : nullptr;
-        case Kind::List:
-            return value.is_array() ? nullptr : "must be a list";
+        case Kind::TextOrNumber: return value.is_string() || value.is_number() ? nullptr : "must be text or a number";
+        case Kind::Present: return value.is_null() ? "must not be null" : nullptr;
+        case Kind::List: return value.is_array() ? nullptr : "must be a list";
         case Kind::Objects:
-            return value.is_array() && !value.empty() && value.at(0).is_object() ? nullptr
-                                                                                   : "must be a non-empty list of objects";
+            return value.is_array() && !value.empty() && value.at(0).is_object()
+                       ? nullptr
+                       : "must be a non-empty list of objects";
     }
     return nullptr;
 }
@@ -194,10 +189,9 @@ std::optional<std::int64_t> QVCServiceDocuments::wholeNumber(const QVCJSON& valu
 }
 
 QVCJSON QVCServiceDocuments::stored(const QVCJSON& consumer, std::int64_t consumerID, const QVCJSON& stored) {
-    QVCJSON document =
-        copied(consumer, {"userId", "genderTypeCode", "maritalStatusTypeCode", "incomeRangeTypeCode",
-                          "educationTypeCode", "birthMonthDay", "ageRangeTypeCode", "occupationTypeCode",
-                          "occupationOther", "accountStatusCode", "consumerTypeCode"});
+    QVCJSON document = copied(consumer, {"userId", "genderTypeCode", "maritalStatusTypeCode", "incomeRangeTypeCode",
+                                         "educationTypeCode", "birthMonthDay", "ageRangeTypeCode", "occupationTypeCode",
+                                         "occupationOther", "accountStatusCode", "consumerTypeCode"});
     document["consumerId"] = consumerID;
     for (const char* key : {"activeFlag", "preferEmailFlag", "preferSmsFlag", "preferAppFlag"}) {
         document[key] = flag(consumer.at(key));
@@ -205,9 +199,9 @@ QVCJSON QVCServiceDocuments::stored(const QVCJSON& consumer, std::int64_t consum
     // The rows of one consumer are numbered after it, as the shipped data numbers them.
     const auto rowID = [consumerID](int row) { return std::to_string(consumerID * 10 + row); };
     const auto& contact = consumer.at("contactList").at(0);
-    QVCJSON address = copied(contact.at("address").at(0), {"addressTypeCode", "addressLine1", "addressLine2",
-                                                            "addressLine3", "city", "postalCode", "stateCode",
-                                                            "countryCode"});
+    QVCJSON address =
+        copied(contact.at("address").at(0), {"addressTypeCode", "addressLine1", "addressLine2", "addressLine3", "city",
+                                             "postalCode", "stateCode", "countryCode"});
     address["addressId"] = rowID(2);
     QVCJSON email = copied(contact.at("email").at(0), {"emailAddress", "emailAddressTypeCode"});
     email["emailAddressId"] = rowID(3);
@@ -229,8 +223,7 @@ QVCJSON QVCServiceDocuments::stored(const QVCJSON& consumer, std::int64_t consum
             : stored.value("consumerMerchantType", QVCJSON::array());
     document["company"] = {
         {{"companyLoyalty",
-          {{"loyalty",
-            {{"loyaltyId", "LOY-" + text(consumer.at("quorvexId")) + "-" + std::to_string(consumerID)}}}}}}};
+          {{"loyalty", {{"loyaltyId", "LOY-" + text(consumer.at("quorvexId")) + "-" + std::to_string(consumerID)}}}}}}};
     return document;
 }
 
@@ -243,7 +236,8 @@ void QVCServiceDocuments::checkRedemption(const QVCJSON& request) {
 }
 
 void QVCServiceDocuments::checkDevice(const QVCJSON& request) {
-    check(request, "the document", {{"deviceToken", Kind::Present}, {"deviceType", Kind::Text}, {"en_Push", Kind::Integer}});
+    check(request, "the document",
+          {{"deviceToken", Kind::Present}, {"deviceType", Kind::Text}, {"en_Push", Kind::Integer}});
 }
 
 std::string QVCServiceDocuments::text(const QVCJSON& value) {

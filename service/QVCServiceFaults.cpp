@@ -32,8 +32,8 @@ int bounded(const QVCJSON& description, const char* key, int fallback, int low, 
     }
     const auto& value = description.at(key);
     if (!value.is_number_integer() || value.get<long long>() < low || value.get<long long>() > limit) {
-        throw std::invalid_argument(std::string("\"") + key + "\" must be a whole number from " +
-                                    std::to_string(low) + " to " + std::to_string(limit));
+        throw std::invalid_argument(std::string("\"") + key + "\" must be a whole number from " + std::to_string(low) +
+                                    " to " + std::to_string(limit));
     }
     return value.get<int>();
 }
@@ -59,8 +59,8 @@ QVCServiceFaults::Fault QVCServiceFaults::parse(const QVCJSON& description) {
     fault.delayMs = bounded(description, "delayMs", 0, 0, 600000);
     fault.status = bounded(description, "status", 503, 100, 599);
     const std::string action = description.value("action", description.contains("status") ? "status" : "none");
-    const auto named = std::find_if(actionNames.begin(), actionNames.end(),
-                                    [&](const auto& known) { return action == known.second; });
+    const auto named =
+        std::find_if(actionNames.begin(), actionNames.end(), [&](const auto& known) { return action == known.second; });
     if (named == actionNames.end()) {
         throw std::invalid_argument("unknown \"action\": " + action);
     }
@@ -102,7 +102,7 @@ QVCJSON QVCServiceFaults::pending() {
     std::lock_guard<std::mutex> lock(mutex_);
     QVCJSON list = QVCJSON::array();
     for (const auto& [fault, pattern] : faults_) {
-        QVCJSON entry = {{"method", fault.method},   {"path", fault.pattern},    {"count", fault.remaining},
+        QVCJSON entry = {{"method", fault.method},         {"path", fault.pattern},  {"count", fault.remaining},
                          {"action", nameOf(fault.action)}, {"status", fault.status}, {"delayMs", fault.delayMs}};
         if (fault.retryAfter) {
             entry["retryAfter"] = *fault.retryAfter;

@@ -155,8 +155,7 @@ void QVCServiceStore::load(const QVCJSON& seed) {
             Statement(*this, "INSERT OR REPLACE INTO balances VALUES (?, ?, ?)")
                 .bind(1, balance.at("consumerId").get<std::int64_t>())
                 .bind(2, balance.at("points").get<std::int64_t>())
-                .bind(3, balance.contains("status") ? std::optional<std::string>(balance.at("status"))
-                                                    : std::nullopt)
+                .bind(3, balance.contains("status") ? std::optional<std::string>(balance.at("status")) : std::nullopt)
                 .step();
         }
         for (const auto& offer : seed.value("offers", QVCJSON::array())) {
@@ -201,7 +200,7 @@ std::optional<QVCJSON> QVCServiceStore::consumer(std::int64_t consumerID) {
 }
 
 QVCServiceStore::Result QVCServiceStore::signUp(const std::string& userName,
-                                                 const std::function<QVCJSON(std::int64_t)>& documentFor) {
+                                                const std::function<QVCJSON(std::int64_t)>& documentFor) {
     return transaction([&] {
         Statement taken(*this, "SELECT 1 FROM consumers WHERE user_name = ?");
         if (taken.bind(1, userName).step()) {
