@@ -69,7 +69,7 @@ protected:
         configuration.serviceRootURL = service.url();
         configuration.totalTimeoutMs = 500;
         configuration.retryBaseDelayMs = 1;
-        configuration.retryMaxDelayMs = 20;
+        configuration.retryMaxDelayMs = 1000;  // room in the budget for a Retry-After of 1 s
         made->setPlatformConfiguration(configuration);
         return made;
     }
@@ -159,6 +159,7 @@ TEST_F(ServiceEndToEnd, SignUpThenAuthenticateReturnsWhatWasStoredAndUpdateRewri
     info->personalInfo->consumerName = "newbie";
     info->firstName = "Nina";
     info->lastName = "Newman";
+    info->middleName = info->suffix = "";  // an update sends them unfiltered: absent ones would raise
     info->personalInfo->contactInfo->emailInfo->address = "nina@example.com";
     info->preference->preferSmsFlag = true;
     Calls<M::ConsumerCompletion> signUp;
@@ -176,6 +177,7 @@ TEST_F(ServiceEndToEnd, SignUpThenAuthenticateReturnsWhatWasStoredAndUpdateRewri
     EXPECT_TRUE(stored->activeAccount);
 
     stored->personalInfo->contactInfo->addressInfo->city = "Tucson";
+    stored->consumerGroupCodes = std::vector<QVCJSON>{QVCJSON("3")};  // a read record carries none
     Calls<M::ConsumerCompletion> update;
     manager->updateConsumerProfile(stored, update.completion());
     ASSERT_TRUE(std::get<0>(update.wait()));
