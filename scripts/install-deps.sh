@@ -4,7 +4,7 @@ set -euo pipefail
 
 packages=(
   build-essential cmake pkg-config git clang clang-format
-  nlohmann-json3-dev libsimdjson-dev libcurl4-openssl-dev libcli11-dev libcpp-httplib-dev
+  nlohmann-json3-dev libsimdjson-dev libcurl4-openssl-dev libcli11-dev libcpp-httplib-dev libsqlite3-dev
   googletest libgtest-dev libgmock-dev libbenchmark-dev
 )
 

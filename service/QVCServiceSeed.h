@@ -1,0 +1,20 @@
+#pragma once
+
+#include <string>
+
+#include "platform/QVCJSON.h"
+
+/// Turns a file in the simulation format (docs/simulation.md) into the seed
+/// of a QVCServiceStore: the reference lists of "lqsapi/consumers/v1/data",
+/// every consumer document of a ".../consumer/<name>/authenticate" answer,
+/// the balance of ".../consumer/<id>/balance/loyalty" (a "{placeholder}" id
+/// gives that balance to every seeded consumer without one of its own), and
+/// every offer document of the offer answers (a "{placeholder}" facility
+/// makes the offer available at every facility). Answers with a status of
+/// 400 or more are skipped.
+class QVCServiceSeed {
+public:
+    /// Throws std::runtime_error naming the file when it cannot be read or is not in that format.
+    static QVCJSON fromFile(const std::string& path);
+    static QVCJSON fromSimulation(const QVCJSON& simulation);
+};

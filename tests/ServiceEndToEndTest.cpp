@@ -1,0 +1,285 @@
+// The library over the live transport against the reference service, in-process on a free port.
+#include <gtest/gtest.h>
+#include <httplib.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+
+#include "QVConsumer/QVCConsumerInfo.h"
+#include "QVConsumer/QVCMasterData.h"
+#include "QVConsumer/QVCOffer.h"
+#include "QVConsumer/QVCProduct.h"
+#include "QVConsumer/QVConsumerManager.h"
+#include "platform/QVCEnvironment.h"
+#include "service/QVCReferenceService.h"
+#include "service/QVCServiceSeed.h"
+
+namespace {
+
+using Kind = QVCErrorResponse::Kind;
+using namespace std::chrono_literals;
+
+/// The calls a completion receives, awaited from the test's thread.
+template <typename Completion>
+struct Calls;
+template <typename... Args>
+struct Calls<std::function<void(Args...)>> {
+    std::mutex mutex;
+    std::condition_variable changed;
+    int count = 0;
+    std::tuple<std::decay_t<Args>...> last;
+
+    std::function<void(Args...)> completion() {
+        return [this](Args... received) {
+            std::lock_guard<std::mutex> lock(mutex);
+            ++count;
+            last = std::make_tuple(received...);
+            changed.notify_all();
+        };
+    }
+    /// The arguments of the first call, after waiting for it.
+    std::tuple<std::decay_t<Args>...> wait() {
+        std::unique_lock<std::mutex> lock(mutex);
+        EXPECT_TRUE(changed.wait_for(lock, 10s, [this] { return count > 0; })) << "no completion";
+        return last;
+    }
+};
+using M = QVConsumerManager;
+
+class ServiceEndToEnd : public ::testing::Test {
+protected:
+    ServiceEndToEnd() : service({std::nullopt, shippedSeed(), "app-e2e", "key-e2e"}) {
+        service.start();
+        manager = managerWith("key-e2e");
+    }
+    ~ServiceEndToEnd() override { manager.reset(); }
+
+    static const QVCJSON& shippedSeed() {
+        static const QVCJSON seed = QVCServiceSeed::fromFile(QVC_SOURCE_RESOURCE_DIR "/QVConsumerSimulate.json");
+        return seed;
+    }
+
+    std::shared_ptr<M> managerWith(const std::string& appKey) {
+        auto company = std::make_shared<QVCCompanyInfo>();
+        company->companyID = 42;
+        auto made = M::initWithAppID("app-e2e", appKey, company, std::nullopt, QVCEnvironmentLive, nullptr);
+        QVCPlatformConfiguration configuration;
+        configuration.serviceRootURL = service.url();
+        configuration.totalTimeoutMs = 500;
+        configuration.retryBaseDelayMs = 1;
+        configuration.retryMaxDelayMs = 1000;  // room in the budget for a Retry-After of 1 s
+        made->setPlatformConfiguration(configuration);
+        return made;
+    }
+
+    QVCJSON admin(const std::string& path, const std::optional<QVCJSON>& body = std::nullopt) {
+        httplib::Client client(service.url().substr(0, service.url().size() - 1));
+        auto result = body ? client.Post(path.c_str(), body->dump(), "application/json") : client.Get(path.c_str());
+        EXPECT_TRUE(result && result->status == 200) << path;
+        return result ? QVCJSON::parse(result->body) : QVCJSON();
+    }
+    int received(const std::string& path) { return admin("/__admin/state")["requestCounts"].value(path, 0); }
+    std::size_t redemptions() { return admin("/__admin/state")["redemptions"].size(); }
+    /// The redemptions once expected are there, or after a bound: a send the client gave up on may still be served.
+    std::size_t redemptionsSettled(std::size_t expected) {
+        for (int i = 0; i < 100 && redemptions() != expected; ++i) {
+            std::this_thread::sleep_for(10ms);
+        }
+        return redemptions();
+    }
+
+    std::shared_ptr<QVCConsumerInfo> authenticate(const std::string& userName) {
+        Calls<M::ConsumerCompletion> calls;
+        manager->authenticateConsumerWithUserName(userName, calls.completion());
+        return std::get<0>(calls.wait());
+    }
+    std::tuple<std::optional<std::string>, M::Error, std::exception_ptr> redeem(const std::string& code,
+                                                                                const std::string& reference) {
+        Calls<M::RedemptionCompletion> calls;
+        manager->redeemOfferWithAmount(QVCJSON("57.00"), code, QVCJSON(reference), calls.completion());
+        return calls.wait();
+    }
+
+    QVCReferenceService service;
+    std::shared_ptr<M> manager;
+};
+
+TEST_F(ServiceEndToEnd, EveryOperationIsServedOverHTTP) {
+    Calls<M::MasterDataCompletion> master;
+    manager->getMasterDataWithCompletionWithCompletion(master.completion());
+    ASSERT_TRUE(std::get<0>(master.wait()));
+    EXPECT_EQ(std::get<0>(master.wait())->ageRangeTypes.size(), 6u);
+
+    const auto consumer = authenticate("jdoe");
+    ASSERT_TRUE(consumer);
+    EXPECT_EQ(consumer->firstName, "John");
+    EXPECT_EQ(manager->consumerID(), "1001");
+
+    Calls<M::LoyaltyCompletion> loyalty;
+    manager->retrieveLoyaltyInfo(loyalty.completion());
+    EXPECT_EQ(std::get<0>(loyalty.wait()), 1250);
+    EXPECT_EQ(std::get<1>(loyalty.wait()), "Gold");
+
+    Calls<M::OffersCompletion> offers;
+    manager->getAllOffersWithCompletionHandler(offers.completion());
+    ASSERT_TRUE(std::get<0>(offers.wait()));
+    EXPECT_EQ(std::get<0>(offers.wait())->size(), 9u);
+
+    Calls<M::OfferCompletion> byID, byCode, unknownCode;
+    manager->getOfferDetailsWithOfferID(QVCJSON("502"), byID.completion());
+    manager->getOfferWithOfferCode(" GOLD 20 ", byCode.completion());
+    manager->getOfferWithOfferCode("save10", unknownCode.completion());
+    EXPECT_EQ(std::get<0>(byID.wait())->offerCode, "FIVEOFF25");
+    EXPECT_EQ(std::get<0>(byCode.wait())->consumerOfferId, "9003");
+    EXPECT_EQ(std::get<1>(unknownCode.wait())->errorMessages().at(0), "This offer is not valid any more");
+
+    Calls<M::ValidationCompletion> validation;
+    auto product = std::make_shared<QVCProduct>();
+    product->productId = 301;
+    product->quantity = 2;
+    product->price = "24.50";
+    manager->validateOfferWithOfferCode("SAVE10", M::Products{product}, validation.completion());
+    EXPECT_TRUE(std::get<0>(validation.wait()));
+
+    EXPECT_EQ(std::get<0>(redeem("GOLD20", "POS-1")), "lqsapi/consumers/v1/redemptions/70001");
+    Calls<M::LoyaltyCompletion> after;
+    manager->retrieveLoyaltyInfo(after.completion());
+    EXPECT_EQ(std::get<0>(after.wait()), 1250 - 500) << "the offer's points are deducted";
+
+    Calls<M::PushCompletion> push;
+    manager->setPushDeviceToken(QVCJSON("device-token-1"), push.completion());
+    EXPECT_TRUE(std::get<0>(push.wait()));
+    EXPECT_EQ(admin("/__admin/state")["deviceTokens"][0]["deviceToken"], "device-token-1");
+}
+
+TEST_F(ServiceEndToEnd, SignUpThenAuthenticateReturnsWhatWasStoredAndUpdateRewritesIt) {
+    auto info = std::make_shared<QVCConsumerInfo>();
+    info->personalInfo->consumerName = "newbie";
+    info->firstName = "Nina";
+    info->lastName = "Newman";
+    info->middleName = info->suffix = "";  // an update sends them unfiltered: absent ones would raise
+    info->personalInfo->contactInfo->emailInfo->address = "nina@example.com";
+    info->preference->preferSmsFlag = true;
+    Calls<M::ConsumerCompletion> signUp;
+    manager->signUpNewUserWithDetails(info, signUp.completion());
+    ASSERT_TRUE(std::get<0>(signUp.wait())) << std::get<1>(signUp.wait())->description();
+    EXPECT_EQ(info->consumerID, 1003);
+
+    auto stored = authenticate("newbie");
+    ASSERT_TRUE(stored);
+    EXPECT_EQ(stored->consumerID, 1003);
+    EXPECT_EQ(stored->lastName, "Newman");
+    EXPECT_EQ(stored->personalInfo->contactInfo->emailInfo->address, "nina@example.com");
+    EXPECT_EQ(stored->personalInfo->contactInfo->addressInfo->city, "San Francisco");
+    EXPECT_TRUE(stored->preference->preferSmsFlag);
+    EXPECT_TRUE(stored->activeAccount);
+
+    stored->personalInfo->contactInfo->addressInfo->city = "Tucson";
+    stored->consumerGroupCodes = std::vector<QVCJSON>{QVCJSON("3")};  // a read record carries none
+    Calls<M::ConsumerCompletion> update;
+    manager->updateConsumerProfile(stored, update.completion());
+    ASSERT_TRUE(std::get<0>(update.wait()));
+    EXPECT_EQ(authenticate("newbie")->personalInfo->contactInfo->addressInfo->city, "Tucson");
+
+    Calls<M::ConsumerCompletion> again;
+    manager->signUpNewUserWithDetails(info, again.completion());
+    ASSERT_TRUE(std::get<1>(again.wait()));
+    EXPECT_EQ(std::get<1>(again.wait())->httpStatus(), 409);
+    EXPECT_EQ(admin("/__admin/state")["consumers"].size(), 3u) << "the refused sign-up stored nothing";
+}
+
+TEST_F(ServiceEndToEnd, RedemptionStopsAtTheLimitAndARepeatIsNotAppliedAgain) {
+    ASSERT_TRUE(authenticate("jdoe"));
+    const auto first = std::get<0>(redeem("SAVE10", "POS-7"));
+    ASSERT_TRUE(first);
+    EXPECT_EQ(std::get<0>(redeem("SAVE10", "POS-7")), first);
+    const auto refused = std::get<1>(redeem("SAVE10", "POS-8"));
+    ASSERT_TRUE(refused);
+    EXPECT_EQ(refused->httpStatus(), 409);
+    EXPECT_EQ(redemptions(), 1u);
+}
+
+TEST_F(ServiceEndToEnd, WrongCredentialsAndBadDocumentsAreRefusedNamingWhatWasWrong) {
+    manager = managerWith("not-the-key");
+    Calls<M::MasterDataCompletion> master;
+    manager->getMasterDataWithCompletionWithCompletion(master.completion());
+    ASSERT_TRUE(std::get<1>(master.wait()));
+    EXPECT_EQ(std::get<1>(master.wait())->httpStatus(), 401);
+
+    httplib::Client client(service.url().substr(0, service.url().size() - 1));
+    client.set_default_headers({{"X-App-Id", "app-e2e"}, {"X-App-Key", "key-e2e"}});
+    const std::pair<const char*, const char*> cases[] = {
+        {R"({"consumers": {"userId": "x"}})", "consumers.quorvexId is missing"},
+        {R"({"consumerRq": {"consumers": []}})", "consumerRq.consumers must be an object"},
+        {"not json", "the request body is not JSON"},
+    };
+    for (const auto& [body, message] : cases) {
+        const auto result = client.Post("/lqsapi/consumers/v1/consumer", body, "application/json");
+        ASSERT_TRUE(result);
+        EXPECT_EQ(result->status, 400) << body;
+        EXPECT_EQ(QVCJSON::parse(result->body).value("message", ""), message);
+    }
+}
+
+/// One fault, injected once for a read (master data) and once for a send (a
+/// redemption), with what each must end in.
+struct FaultCase {
+    const char* name;
+    QVCJSON fault;
+    std::optional<Kind> readError;  ///< none: the read succeeds
+    int readsReceived;              ///< times the service received the read
+    std::optional<Kind> sendError;
+    std::size_t redemptionsApplied;
+};
+
+class ServiceFaults : public ServiceEndToEnd, public ::testing::WithParamInterface<FaultCase> {};
+
+TEST_P(ServiceFaults, EachOperationCompletesOnceAsDocumented) {
+    const auto& row = GetParam();
+    ASSERT_TRUE(authenticate("jdoe"));
+    auto readFault = row.fault, sendFault = row.fault;
+    readFault["method"] = "GET";
+    readFault["path"] = "v1/data$";
+    sendFault["method"] = "POST";
+    sendFault["path"] = "/redeems$";
+    sendFault["count"] = 1;
+    admin("/__admin/faults", QVCJSON::array({readFault, sendFault}));
+
+    Calls<M::MasterDataCompletion> read;
+    manager->getMasterDataWithCompletionWithCompletion(read.completion());
+    const auto [masterData, readError, readException] = read.wait();
+    EXPECT_EQ(readError ? std::optional<Kind>(readError->kind()) : std::nullopt, row.readError);
+    EXPECT_EQ(masterData != nullptr, !row.readError);
+    EXPECT_EQ(received("lqsapi/consumers/v1/data"), row.readsReceived);
+
+    Calls<M::RedemptionCompletion> send;
+    manager->redeemOfferWithAmount(QVCJSON("57.00"), "SAVE10", QVCJSON("POS-F"), send.completion());
+    const auto [location, sendError, sendException] = send.wait();
+    EXPECT_EQ(sendError ? std::optional<Kind>(sendError->kind()) : std::nullopt, row.sendError);
+    EXPECT_EQ(received("lqsapi/consumers/v1/consumers/1001/offers/9001/redeems"), 1) << "a send goes out once";
+    EXPECT_EQ(redemptionsSettled(row.redemptionsApplied), row.redemptionsApplied);
+    // A client that could not learn the outcome asks again: nothing is applied twice.
+    EXPECT_TRUE(std::get<0>(redeem("SAVE10", "POS-F")));
+    EXPECT_EQ(redemptions(), 1u);
+
+    std::this_thread::sleep_for(20ms);
+    EXPECT_EQ(read.count, 1);
+    EXPECT_EQ(send.count, 1);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Matrix, ServiceFaults,
+    ::testing::Values(
+        FaultCase{"Status503", {{"status", 503}}, std::nullopt, 2, Kind::HTTPStatus, 0},
+        FaultCase{"Status503RetryAfter", {{"status", 503}, {"retryAfter", "1"}}, std::nullopt, 2, Kind::HTTPStatus, 0},
+        FaultCase{"Status503Persisting", {{"status", 503}, {"count", 3}}, Kind::HTTPStatus, 3, Kind::HTTPStatus, 0},
+        FaultCase{"ResetBeforeBody", {{"action", "reset-before-body"}}, std::nullopt, 2, Kind::OutcomeUnknown, 0},
+        FaultCase{"ResetAfterBody", {{"action", "reset-after-body"}}, std::nullopt, 2, Kind::OutcomeUnknown, 1},
+        FaultCase{"TruncatedBody", {{"action", "truncate"}}, std::nullopt, 2, Kind::OutcomeUnknown, 1},
+        FaultCase{"NotJSON", {{"action", "not-json"}}, Kind::Transport, 1, Kind::Transport, 1},
+        FaultCase{"DelayPastTheTimeout", {{"delayMs", 700}}, std::nullopt, 2, Kind::OutcomeUnknown, 1}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+}  // namespace
