@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "QVConsumer/QVConsumerExport.h"
 #include "platform/QVCCompanyInfo.h"
 #include "platform/QVCErrorResponse.h"
 #include "platform/QVCJSON.h"
@@ -27,7 +28,7 @@ struct QVCProduct;
 /// through its completion, exactly once unless stated otherwise, on the thread
 /// the platform delivers the answer on. Failures arrive in the completion as an
 /// error record or as the caught exception; nothing is thrown to the caller.
-class QVConsumerManager : public QVCoreCP, public std::enable_shared_from_this<QVConsumerManager> {
+class QVCONSUMER_EXPORT QVConsumerManager : public QVCoreCP, public std::enable_shared_from_this<QVConsumerManager> {
 public:
     using Error = std::shared_ptr<QVCErrorResponse>;
     using Products = std::vector<std::shared_ptr<QVCProduct>>;

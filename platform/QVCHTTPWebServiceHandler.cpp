@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "platform/QVCAnswerDocument.h"
+#include "platform/QVCVersion.h"
 
 namespace {
 
@@ -258,7 +259,7 @@ struct QVCHTTPWebServiceHandler::Engine {
         curl_easy_setopt(easy, CURLOPT_HEADERDATA, &t);
         curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, t.errorText);
         curl_easy_setopt(easy, CURLOPT_HTTPHEADER, t.headers);
-        curl_easy_setopt(easy, CURLOPT_USERAGENT, "QVConsumer/1.0");
+        curl_easy_setopt(easy, CURLOPT_USERAGENT, "QVConsumer/" QVC_VERSION_TEXT);
         if (t.method == "POST") {
             // A send never rides a kept-alive connection: when such a connection
             // dies after the request went out, libcurl would send it again by

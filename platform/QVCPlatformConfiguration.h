@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "platform/QVCPlatformExport.h"
+
 /// Settings of the platform's live transport. Every field has a safe default;
 /// fromEnvironment() lays the process environment over a given configuration.
 ///
@@ -18,7 +20,7 @@
 ///   QVCONSUMER_CA_BUNDLE            caBundlePath
 ///   QVCONSUMER_MAX_ANSWER_BYTES     maxAnswerBytes
 ///   QVCONSUMER_ALLOW_PLAIN_HTTP     allowPlainHTTP ("1"/"true"/"yes" or "0"/"false"/"no")
-struct QVCPlatformConfiguration {
+struct QVCPLATFORM_EXPORT QVCPlatformConfiguration {
     static constexpr const char* serviceURLVariable = "QVCONSUMER_SERVICE_URL";
     static constexpr const char* connectTimeoutVariable = "QVCONSUMER_CONNECT_TIMEOUT_MS";
     static constexpr const char* totalTimeoutVariable = "QVCONSUMER_TIMEOUT_MS";
