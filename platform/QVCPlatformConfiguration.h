@@ -3,10 +3,12 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "platform/QVCHTTPExchange.h"
 #include "platform/QVCPlatformExport.h"
 
 /// Settings of the platform's live transport. Every field has a safe default;
@@ -63,6 +65,10 @@ struct QVCPLATFORM_EXPORT QVCPlatformConfiguration {
     bool allowPlainHTTP = false;
     /// Largest number of connections kept open to the service at once.
     long maxConnections = 8;
+    /// Called on the transport's thread after each attempt, retries included,
+    /// to show the HTTP exchange (qvconsumer --verbose); none by default. It
+    /// must return quickly and not throw.
+    std::function<void(const QVCHTTPExchange&)> trace;
 
     /// Values from the environment that could not be used, one message each;
     /// every live request fails with these until they are fixed.
