@@ -10,9 +10,9 @@
 /// Lookup order for the file "<name>.<type>":
 ///  1. the folder named by the environment variable QVCONSUMER_RESOURCE_DIR;
 ///     when the variable is set, no other folder is searched;
-///  2. the installed data folder, <prefix>/share/QVConsumer, found relative to
+///  2. the installed data folder, PREFIX/share/QVConsumer, found relative to
 ///     the file that holds the library's code: the shared library in
-///     <prefix>/lib..., or the program in <prefix>/bin that links the static
+///     PREFIX/lib..., or the program in PREFIX/bin that links the static
 ///     library. No absolute path is compiled in, so an install moved to
 ///     another prefix (or packaged) still finds its file.
 class QVCONSUMER_EXPORT QVCBundle {
