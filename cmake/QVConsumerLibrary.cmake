@@ -1,9 +1,9 @@
 include(GenerateExportHeader)
 
 # qvc_library(TARGET FOLDER): what the two installed libraries share. Their
-# sources and headers are the .cpp and .h files of FOLDER; only declarations
-# marked with the generated <TARGET>Export.h macro are exported from a shared
-# build. Headers install under <prefix>/include/QVConsumer/FOLDER, so that the
+# sources and headers are the .cpp and .h files of FOLDER; a shared build
+# exports only the declarations marked with the generated <TARGET>Export.h
+# macro, and of those only what cmake/QVConsumer.map names. Headers install under <prefix>/include/QVConsumer/FOLDER, so that the
 # "FOLDER/Name.h" include lines work the same in the source tree and installed.
 function(qvc_library target folder)
   file(GLOB sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/${folder}/*.cpp")
@@ -22,6 +22,12 @@ function(qvc_library target folder)
     VISIBILITY_INLINES_HIDDEN ON
     VERSION ${PROJECT_VERSION}
     SOVERSION ${PROJECT_VERSION_MAJOR})
+  get_target_property(type ${target} TYPE)
+  if(type STREQUAL "SHARED_LIBRARY")
+    set(exports "${PROJECT_SOURCE_DIR}/cmake/QVConsumer.map")
+    target_link_options(${target} PRIVATE "LINKER:--version-script=${exports}")
+    set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS "${exports}")
+  endif()
   # nlohmann/json is in every source file and costs most of each compile.
   target_precompile_headers(${target} PRIVATE <nlohmann/json.hpp>)
 
