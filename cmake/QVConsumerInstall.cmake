@@ -16,7 +16,20 @@ install(FILES "${PROJECT_BINARY_DIR}/QVConsumerConfig.cmake" "${PROJECT_BINARY_D
 set(qvc_pc_dir "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
 file(RELATIVE_PATH qvc_pc_prefix_from_pcdir "${CMAKE_INSTALL_PREFIX}/${qvc_pc_dir}" "${CMAKE_INSTALL_PREFIX}")
 string(REGEX REPLACE "/$" "" qvc_pc_prefix_from_pcdir "${qvc_pc_prefix_from_pcdir}")
-list(TRANSFORM CMAKE_DL_LIBS PREPEND "-l" OUTPUT_VARIABLE qvc_dl_libs_flags)
+# What the libraries link privately; a host of the static libraries links it
+# too, so it moves to the public fields (pkg-config --static would also ask
+# for every static dependency of libcurl).
+set(qvc_pc_requires "nlohmann_json >= ${QVC_NLOHMANN_JSON_MIN}, simdjson >= ${QVC_SIMDJSON_MIN}")
+set(qvc_pc_requires_private "libcurl >= ${QVC_CURL_MIN}")
+list(TRANSFORM CMAKE_DL_LIBS PREPEND "-l" OUTPUT_VARIABLE qvc_dl_flags)
+string(JOIN " " qvc_pc_libs_private -pthread ${qvc_dl_flags})
+set(qvc_pc_libs_static "")
+if(NOT BUILD_SHARED_LIBS)
+  string(APPEND qvc_pc_requires ", ${qvc_pc_requires_private}")
+  set(qvc_pc_libs_static " ${qvc_pc_libs_private}")
+  set(qvc_pc_requires_private "")
+  set(qvc_pc_libs_private "")
+endif()
 configure_file(cmake/qvconsumer.pc.in "${PROJECT_BINARY_DIR}/qvconsumer.pc" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/qvconsumer.pc" DESTINATION "${qvc_pc_dir}")
 
