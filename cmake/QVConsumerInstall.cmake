@@ -44,6 +44,9 @@ if(PROJECT_IS_TOP_LEVEL)
   # The library packages come from dpkg-shlibdeps; the headers need the
   # development packages of what the public headers include.
   set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-  set(CPACK_DEBIAN_PACKAGE_DEPENDS "nlohmann-json3-dev (>= ${QVC_NLOHMANN_JSON_MIN}), libsimdjson-dev (>= ${QVC_SIMDJSON_MIN}), libcurl4-openssl-dev (>= ${QVC_CURL_MIN}) | libcurl-dev")
+  string(JOIN ", " CPACK_DEBIAN_PACKAGE_DEPENDS
+         "nlohmann-json3-dev (>= ${QVC_NLOHMANN_JSON_MIN})"
+         "libsimdjson-dev (>= ${QVC_SIMDJSON_MIN})"
+         "libcurl4-openssl-dev (>= ${QVC_CURL_MIN}) | libcurl-dev")
   include(CPack)
 endif()

@@ -3,8 +3,9 @@ include(GenerateExportHeader)
 # qvc_library(TARGET FOLDER): what the two installed libraries share. Their
 # sources and headers are the .cpp and .h files of FOLDER; a shared build
 # exports only the declarations marked with the generated <TARGET>Export.h
-# macro, and of those only what cmake/QVConsumer.map names. Headers install under <prefix>/include/QVConsumer/FOLDER, so that the
-# "FOLDER/Name.h" include lines work the same in the source tree and installed.
+# macro, and of those only what cmake/QVConsumer.map names. Headers install
+# under <prefix>/include/QVConsumer/FOLDER, so that the "FOLDER/Name.h"
+# include lines work the same in the source tree and installed.
 function(qvc_library target folder)
   file(GLOB sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/${folder}/*.cpp")
   file(GLOB headers CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/${folder}/*.h")
