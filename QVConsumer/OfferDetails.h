@@ -9,10 +9,11 @@
 #include "QVConsumer/OfferRules.h"
 #include "QVConsumer/OfferType.h"
 #include "QVConsumer/QVCReservationProduct.h"
+#include "QVConsumer/QVConsumerExport.h"
 
 /// The body of an offer: its rules, its discount type, the products it is
 /// tied to and its image.
-struct OfferDetails {
+struct QVCONSUMER_EXPORT OfferDetails {
     using Products = std::vector<std::shared_ptr<QVCReservationProduct>>;
 
     OfferDetails() = default;

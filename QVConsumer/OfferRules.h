@@ -3,8 +3,10 @@
 #include <optional>
 #include <string>
 
+#include "QVConsumer/QVConsumerExport.h"
+
 /// An offer's limits, kept as the texts the service's values print as.
-struct OfferRules {
+struct QVCONSUMER_EXPORT OfferRules {
     std::optional<std::string> redeemLimit = "";
     std::optional<std::string> transactionLimit = "";
     std::optional<std::string> minPurchaseLimit = "";

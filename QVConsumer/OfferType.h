@@ -3,8 +3,10 @@
 #include <optional>
 #include <string>
 
+#include "QVConsumer/QVConsumerExport.h"
+
 /// The kind of an offer's discount and its amounts, all as text.
-struct OfferType {
+struct QVCONSUMER_EXPORT OfferType {
     /// The type's name as the service spells it; validation compares it with "PERCENT OFF".
     std::optional<std::string> typeDescription = "";
     std::optional<std::string> percentOff = "";

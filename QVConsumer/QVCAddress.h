@@ -3,9 +3,11 @@
 #include <optional>
 #include <string>
 
+#include "QVConsumer/QVConsumerExport.h"
+
 /// The consumer's postal address. A new one is a complete, concrete address
 /// (33 Market St, San Francisco) until the host or the service replaces it.
-struct QVCAddress {
+struct QVCONSUMER_EXPORT QVCAddress {
     std::optional<std::string> addressId = "1";
     std::optional<std::string> line1 = "33 Market St";
     std::optional<std::string> line2 = "";

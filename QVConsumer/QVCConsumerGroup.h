@@ -5,11 +5,12 @@
 #include <string>
 
 #include "QVConsumer/QVCConsumerGroupType.h"
+#include "QVConsumer/QVConsumerExport.h"
 
 /// A consumer's membership of a consumer group, paired with the group's
 /// reference record. For the host's own forms: the library neither creates
 /// nor reads it (a consumer keeps only the codes, in consumerGroupCodes).
-struct QVCConsumerGroup {
+struct QVCONSUMER_EXPORT QVCConsumerGroup {
     std::optional<std::string> consumerGroupId = "";
     bool activeFlag = true;
     std::shared_ptr<QVCConsumerGroupType> groupType = std::make_shared<QVCConsumerGroupType>();

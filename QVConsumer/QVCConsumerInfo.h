@@ -8,6 +8,7 @@
 #include "QVConsumer/QVCPLoyaltyDetails.h"
 #include "QVConsumer/QVCPersonalInfo.h"
 #include "QVConsumer/QVCPreference.h"
+#include "QVConsumer/QVConsumerExport.h"
 #include "platform/QVCAnswerDocument.h"
 #include "platform/QVCJSON.h"
 #include "platform/QVCoreConsumerInfo.h"
@@ -17,7 +18,7 @@
 /// preferences, the loyalty account and the codes of the consumer's groups
 /// and merchant types. A new record holds the defaults a sign-up form starts
 /// from: the whole tree is present.
-struct QVCConsumerInfo : QVCoreConsumerInfo {
+struct QVCONSUMER_EXPORT QVCConsumerInfo : QVCoreConsumerInfo {
     QVCConsumerInfo() = default;
 
     std::optional<std::string> accountStatusCode = "1";

@@ -5,11 +5,12 @@
 #include <string>
 
 #include "QVConsumer/QVCMerchantType.h"
+#include "QVConsumer/QVConsumerExport.h"
 
 /// A consumer's interest in a merchant type, paired with the type's reference
 /// record. For the host's own forms: the library neither creates nor reads it
 /// (a consumer keeps only the codes, in merchantTypes).
-struct QVCConsumerMerchantType {
+struct QVCONSUMER_EXPORT QVCConsumerMerchantType {
     std::optional<std::string> consumerMerchantTypeId = "";
     bool activeFlag = true;
     std::shared_ptr<QVCMerchantType> merchantType = std::make_shared<QVCMerchantType>();

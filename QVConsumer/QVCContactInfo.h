@@ -7,10 +7,11 @@
 #include "QVConsumer/QVCAddress.h"
 #include "QVConsumer/QVCEmail.h"
 #include "QVConsumer/QVCPhone.h"
+#include "QVConsumer/QVConsumerExport.h"
 
 /// The consumer's one contact: an e-mail address, a telephone number and a
 /// postal address, each its own record.
-struct QVCContactInfo {
+struct QVCONSUMER_EXPORT QVCContactInfo {
     std::optional<std::string> contactId = "1";
     std::optional<std::string> contactTypeCode = "1";
     std::shared_ptr<QVCEmail> emailInfo = std::make_shared<QVCEmail>();

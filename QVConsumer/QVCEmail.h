@@ -3,8 +3,10 @@
 #include <optional>
 #include <string>
 
+#include "QVConsumer/QVConsumerExport.h"
+
 /// The consumer's e-mail address with its row id, type code and audit texts.
-struct QVCEmail {
+struct QVCONSUMER_EXPORT QVCEmail {
     std::optional<std::string> addressId = "1";
     /// The e-mail address itself.
     std::optional<std::string> address = "";

@@ -5,12 +5,13 @@
 #include <string>
 #include <type_traits>
 
+#include "QVConsumer/QVConsumerExport.h"
 #include "platform/QVCAnswerDocument.h"
 #include "platform/QVCJSON.h"
 
 /// The texts the library writes: the "%@" text of a value, request paths
 /// joined from such texts, and the "%f" and "%ld" forms of numbers.
-class QVCFormat {
+class QVCONSUMER_EXPORT QVCFormat {
 public:
     /// The "%@" text of a value: a text stays as it is, a number becomes its
     /// decimal text (12.5 gives "12.5", 3.0 gives "3", true gives "1"; see number()), and a

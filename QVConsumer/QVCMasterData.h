@@ -7,12 +7,13 @@
 #include "QVConsumer/QVCCountry.h"
 #include "QVConsumer/QVCMasterType.h"
 #include "QVConsumer/QVCState.h"
+#include "QVConsumer/QVConsumerExport.h"
 #include "platform/QVCAnswerDocument.h"
 #include "platform/QVCJSON.h"
 
 /// The service's reference lists, from which sign-up and profile forms offer
 /// their choices. Every list keeps the document's order (nothing is sorted).
-struct QVCMasterData {
+struct QVCONSUMER_EXPORT QVCMasterData {
     using MasterTypes = std::vector<std::shared_ptr<QVCMasterType>>;
 
     MasterTypes ageRangeTypes;

@@ -2,10 +2,12 @@
 
 #include <string>
 
+#include "QVConsumer/QVConsumerExport.h"
+
 /// The reference record a consumer's merchant type membership points at.
 /// Unlike the master data records (where merchant types are QVCMasterType
 /// entries) its code and sort position are texts; the host application fills it.
-struct QVCMerchantType {
+struct QVCONSUMER_EXPORT QVCMerchantType {
     std::string merchantTypeCode;
     std::string merchantDescription;
     std::string sortOrder;

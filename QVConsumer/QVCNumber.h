@@ -5,12 +5,13 @@
 #include <string>
 #include <string_view>
 
+#include "QVConsumer/QVConsumerExport.h"
 #include "platform/QVCAnswerDocument.h"
 
 /// Reads numbers out of texts and answer values, the lenient way the service's
 /// documents need: a text's leading number counts, the rest is ignored, and a
 /// text without one counts as 0.
-class QVCNumber {
+class QVCONSUMER_EXPORT QVCNumber {
 public:
     /// The leading decimal integer of a text: leading blanks and one sign are
     /// allowed, reading stops at the first other character, no digits give 0,

@@ -6,12 +6,13 @@
 #include <utility>
 
 #include "QVConsumer/OfferDetails.h"
+#include "QVConsumer/QVConsumerExport.h"
 #include "platform/QVCAnswerDocument.h"
 #include "platform/QVCJSON.h"
 
 /// One offer as the service knows it. A record made here has empty texts
 /// everywhere but offerDescription, which is absent, and fresh details.
-struct QVCOffer {
+struct QVCONSUMER_EXPORT QVCOffer {
     QVCOffer() = default;
     /// An offer whose details are given (none: to be set by the caller).
     explicit QVCOffer(std::shared_ptr<OfferDetails> details) : offerDetails(std::move(details)) {}

@@ -1,5 +1,7 @@
 #include "QVConsumer/QVCPConstant.h"
 
+#include "platform/QVCVersion.h"
+
 const char* const _getMasterData = "lqsapi/consumers/v1/data";
 const char* const _loginService = "lqsapi/consumers/v1/consumer/";
 const char* const _registerAppConsumerService = "lqsapi/consumers/v1/consumer";
@@ -33,5 +35,5 @@ const char* const QVCHelperAPICategories = "categories";
 const char* const QVCHelperAPICategoryId = "categoryId";
 const char* const QVCHelperAPICategoryName = "categoryName";
 
-const double QVConsumerVersionNumber = 1.0;
-const char* const QVConsumerVersionString = "QVConsumer 1.0";
+const double QVConsumerVersionNumber = QVC_VERSION_NUMBER;
+const char* const QVConsumerVersionString = "QVConsumer " QVC_VERSION_TEXT;

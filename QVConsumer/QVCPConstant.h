@@ -1,44 +1,46 @@
 #pragma once
 
+#include "QVConsumer/QVConsumerExport.h"
+
 /// The library's constants module: service path prefixes, product document
 /// key names and the library's version.
-class QVCPConstant {};
+class QVCONSUMER_EXPORT QVCPConstant {};
 
 // Service path prefixes, relative to the service root.
-extern const char* const _getMasterData;
-extern const char* const _loginService;
-extern const char* const _registerAppConsumerService;
-extern const char* const _retrieveLoyaltyInfo;
-extern const char* const _saveConsumerService;
-extern const char* const _changePasswordService;
-extern const char* const _forgetPasswordService;
+QVCONSUMER_EXPORT extern const char* const _getMasterData;
+QVCONSUMER_EXPORT extern const char* const _loginService;
+QVCONSUMER_EXPORT extern const char* const _registerAppConsumerService;
+QVCONSUMER_EXPORT extern const char* const _retrieveLoyaltyInfo;
+QVCONSUMER_EXPORT extern const char* const _saveConsumerService;
+QVCONSUMER_EXPORT extern const char* const _changePasswordService;
+QVCONSUMER_EXPORT extern const char* const _forgetPasswordService;
 
 // Key names of the product documents.
-extern const char* const QVCHelperAPIProductId;
-extern const char* const QVCHelperAPIProductName;
-extern const char* const QVCHelperAPIProductDescription;
-extern const char* const QVCHelperAPIProductQuantity;
-extern const char* const QVCHelperAPIProductPrice;
-extern const char* const QVCHelperAPIDescription;
-extern const char* const QVCHelperAPIShortDescription;
-extern const char* const QVCHelperAPICouponCode;
-extern const char* const QVCHelperAPIPrice;
-extern const char* const QVCHelperAPIStatus;
-extern const char* const QVCHelperAPIStartDate;
-extern const char* const QVCHelperAPIEndDate;
-extern const char* const QVCHelperAPITaxable;
-extern const char* const QVCHelperAPIImageURL;
-extern const char* const QVCHelperAPIProductImageText;
-extern const char* const QVCHelperAPICreatedBy;
-extern const char* const QVCHelperAPICreatedOn;
-extern const char* const QVCHelperAPISKU;
-extern const char* const QVCHelperAPISalesChannels;
-extern const char* const QVCHelperAPIChannelId;
-extern const char* const QVCHelperAPIChannelName;
-extern const char* const QVCHelperAPICategories;
-extern const char* const QVCHelperAPICategoryId;
-extern const char* const QVCHelperAPICategoryName;
+QVCONSUMER_EXPORT extern const char* const QVCHelperAPIProductId;
+QVCONSUMER_EXPORT extern const char* const QVCHelperAPIProductName;
+QVCONSUMER_EXPORT extern const char* const QVCHelperAPIProductDescription;
+QVCONSUMER_EXPORT extern const char* const QVCHelperAPIProductQuantity;
+QVCONSUMER_EXPORT extern const char* const QVCHelperAPIProductPrice;
+QVCONSUMER_EXPORT extern const char* const QVCHelperAPIDescription;
+QVCONSUMER_EXPORT extern const char* const QVCHelperAPIShortDescription;
+QVCONSUMER_EXPORT extern const char* const QVCHelperAPICouponCode;
+QVCONSUMER_EXPORT extern const char* const QVCHelperAPIPrice;
+QVCONSUMER_EXPORT extern const char* const QVCHelperAPIStatus;
+QVCONSUMER_EXPORT extern const char* const QVCHelperAPIStartDate;
+QVCONSUMER_EXPORT extern const char* const QVCHelperAPIEndDate;
+QVCONSUMER_EXPORT extern const char* const QVCHelperAPITaxable;
+QVCONSUMER_EXPORT extern const char* const QVCHelperAPIImageURL;
+QVCONSUMER_EXPORT extern const char* const QVCHelperAPIProductImageText;
+QVCONSUMER_EXPORT extern const char* const QVCHelperAPICreatedBy;
+QVCONSUMER_EXPORT extern const char* const QVCHelperAPICreatedOn;
+QVCONSUMER_EXPORT extern const char* const QVCHelperAPISKU;
+QVCONSUMER_EXPORT extern const char* const QVCHelperAPISalesChannels;
+QVCONSUMER_EXPORT extern const char* const QVCHelperAPIChannelId;
+QVCONSUMER_EXPORT extern const char* const QVCHelperAPIChannelName;
+QVCONSUMER_EXPORT extern const char* const QVCHelperAPICategories;
+QVCONSUMER_EXPORT extern const char* const QVCHelperAPICategoryId;
+QVCONSUMER_EXPORT extern const char* const QVCHelperAPICategoryName;
 
 /// The library's version, as a number and as text.
-extern const double QVConsumerVersionNumber;
-extern const char* const QVConsumerVersionString;
+QVCONSUMER_EXPORT extern const double QVConsumerVersionNumber;
+QVCONSUMER_EXPORT extern const char* const QVConsumerVersionString;

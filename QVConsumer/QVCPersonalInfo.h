@@ -5,10 +5,11 @@
 #include <string>
 
 #include "QVConsumer/QVCContactInfo.h"
+#include "QVConsumer/QVConsumerExport.h"
 
 /// The consumer's personal data. The type codes are codes of the service's
 /// reference lists, held as text.
-struct QVCPersonalInfo {
+struct QVCONSUMER_EXPORT QVCPersonalInfo {
     /// The consumer's user name.
     std::optional<std::string> consumerName = "";
     std::optional<std::string> genderTypeCode = "1";

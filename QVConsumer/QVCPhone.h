@@ -3,8 +3,10 @@
 #include <optional>
 #include <string>
 
+#include "QVConsumer/QVConsumerExport.h"
+
 /// The consumer's telephone number with its row id, type code and audit texts.
-struct QVCPhone {
+struct QVCONSUMER_EXPORT QVCPhone {
     std::optional<std::string> phoneId = "1";
     std::optional<std::string> number = "";
     bool confirmedPhone = true;

@@ -2,8 +2,10 @@
 
 #include <cstdint>
 
+#include "QVConsumer/QVConsumerExport.h"
+
 /// How the consumer prefers to be contacted.
-struct QVCPreference {
+struct QVCONSUMER_EXPORT QVCPreference {
     bool preferEmailFlag = true;
     bool preferSmsFlag = true;
     bool preferAppFlag = true;

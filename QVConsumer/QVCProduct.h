@@ -5,13 +5,14 @@
 #include <optional>
 #include <string>
 
+#include "QVConsumer/QVConsumerExport.h"
 #include "platform/QVCAnswerDocument.h"
 #include "platform/QVCJSON.h"
 
 /// One product line of a basket, as the host builds it for validation and as
 /// it is written to a request. productId -1 stands for a product not yet
 /// known; the price is text, "0" by default.
-struct QVCProduct {
+struct QVCONSUMER_EXPORT QVCProduct {
     QVCProduct() = default;
     QVCProduct(const QVCProduct&) = default;
     QVCProduct& operator=(const QVCProduct&) = default;

@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 
+#include "QVConsumer/QVConsumerExport.h"
 #include "platform/QVCAnswerDocument.h"
 #include "platform/QVCJSON.h"
 
@@ -12,7 +13,7 @@ class QVCReader;
 
 /// One catalogue category of a product. The misspelt names are the
 /// interface's own and stay as they are.
-struct QVCProductCatagory {
+struct QVCONSUMER_EXPORT QVCProductCatagory {
     std::optional<std::string> catagoryName;
     std::int64_t catagoryId = 0;
 

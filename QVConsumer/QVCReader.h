@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 
+#include "QVConsumer/QVConsumerExport.h"
 #include "platform/QVCAnswerDocument.h"
 
 /// Reads records out of an answer document: every reader of the library
@@ -22,7 +23,7 @@
 /// alike, as no value. Below a reader that stands on nothing every leaf has no
 /// value. Reading a key of a value that is not an object raises QVCException,
 /// and so does every other read the value's kind does not allow.
-class QVCReader {
+class QVCONSUMER_EXPORT QVCReader {
 public:
     /// A reader over a whole answer value; name names it in messages.
     QVCReader(QVCAnswerValue value, const char* name);

@@ -8,13 +8,14 @@
 #include "QVConsumer/QVCProduct.h"
 #include "QVConsumer/QVCProductCatagory.h"
 #include "QVConsumer/QVCSalesChannel.h"
+#include "QVConsumer/QVConsumerExport.h"
 #include "platform/QVCAnswerDocument.h"
 #include "platform/QVCJSON.h"
 
 /// A product as the service's catalogue describes it. A record made here has
 /// the four product defaults and nothing else: absent texts, absent (not
 /// empty) categories and channels, taxable false.
-struct QVCReservationProduct : QVCProduct {
+struct QVCONSUMER_EXPORT QVCReservationProduct : QVCProduct {
     std::optional<std::string> name;
     std::optional<std::string> startDate;
     std::optional<std::string> endDate;

@@ -5,13 +5,14 @@
 #include <optional>
 #include <string>
 
+#include "QVConsumer/QVConsumerExport.h"
 #include "platform/QVCAnswerDocument.h"
 #include "platform/QVCJSON.h"
 
 class QVCReader;
 
 /// One sales channel in which a product is sold.
-struct QVCSalesChannel {
+struct QVCONSUMER_EXPORT QVCSalesChannel {
     std::int64_t channelId = 0;
     std::optional<std::string> channelName;
 

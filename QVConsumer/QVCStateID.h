@@ -3,9 +3,11 @@
 #include <optional>
 #include <string>
 
+#include "QVConsumer/QVConsumerExport.h"
+
 /// The composite key of a state: its country and its code within that country.
 /// Either is absent only when the master data document gave none.
-struct QVCStateID {
+struct QVCONSUMER_EXPORT QVCStateID {
     std::optional<std::string> countryCode = std::string();
     std::optional<std::string> stateCode = std::string();
 };

@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "QVConsumer/QVConsumerExport.h"
 #include "platform/QVCCompanyInfo.h"
 #include "platform/QVCErrorResponse.h"
 #include "platform/QVCJSON.h"
@@ -33,7 +34,7 @@ struct QVCProduct;
 /// that exception reaches the completion; with the platform's shipped
 /// transports, which answer on their own thread, it goes to
 /// setAnswerExceptionHook and no completion follows.
-class QVConsumerManager : public QVCoreCP, public std::enable_shared_from_this<QVConsumerManager> {
+class QVCONSUMER_EXPORT QVConsumerManager : public QVCoreCP, public std::enable_shared_from_this<QVConsumerManager> {
 public:
     using Error = std::shared_ptr<QVCErrorResponse>;
     using Products = std::vector<std::shared_ptr<QVCProduct>>;

@@ -8,6 +8,7 @@
 #include <simdjson.h>
 
 #include "platform/QVCJSON.h"
+#include "platform/QVCPlatformExport.h"
 
 /// One value inside a parsed answer: a view that is valid as long as the
 /// document it belongs to lives. It tells an absent key from a null, a text
@@ -17,7 +18,7 @@ using QVCAnswerValue = simdjson::dom::element;
 /// An answer body parsed once into an immutable document: one block for the
 /// structure and one for the texts, freed together. Answers hold it shared, so
 /// a response can be copied and handed on without copying the document.
-class QVCAnswerDocument {
+class QVCPLATFORM_EXPORT QVCAnswerDocument {
 public:
     struct Parsed {
         std::shared_ptr<const QVCAnswerDocument> document;  ///< none when the text is not JSON

@@ -2,7 +2,9 @@
 
 #include <cstdint>
 
+#include "platform/QVCPlatformExport.h"
+
 /// The merchant company the application acts for.
-struct QVCCompanyInfo {
+struct QVCPLATFORM_EXPORT QVCCompanyInfo {
     std::int64_t companyID = 0;
 };

@@ -5,10 +5,12 @@
 #include <string>
 #include <vector>
 
+#include "platform/QVCPlatformExport.h"
+
 /// An error record: why a request failed, or why the library refused an
 /// operation. It holds one or more messages, the kind of failure and, when the
 /// failure came with one, the HTTP status of the answer.
-class QVCErrorResponse {
+class QVCPLATFORM_EXPORT QVCErrorResponse {
 public:
     /// What kind of failure this is, so that a host can branch on it instead of
     /// parsing message text.
@@ -44,4 +46,4 @@ private:
 };
 
 /// The name of an error kind, for logs and diagnostics ("transport", "timeout", ...).
-const char* QVCErrorKindName(QVCErrorResponse::Kind kind);
+QVCPLATFORM_EXPORT const char* QVCErrorKindName(QVCErrorResponse::Kind kind);

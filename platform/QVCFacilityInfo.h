@@ -2,7 +2,9 @@
 
 #include <cstdint>
 
+#include "platform/QVCPlatformExport.h"
+
 /// The merchant facility (store, venue) the application runs at.
-struct QVCFacilityInfo {
+struct QVCPLATFORM_EXPORT QVCFacilityInfo {
     std::int64_t facilityID = 0;
 };

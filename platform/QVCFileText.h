@@ -3,8 +3,10 @@
 #include <stdexcept>
 #include <string>
 
+#include "platform/QVCPlatformExport.h"
+
 /// Reads a whole file that the platform or a host program was pointed at.
-class QVCFileText {
+class QVCPLATFORM_EXPORT QVCFileText {
 public:
     /// Why a file could not be read, in one line that names the path, e.g.
     /// "\"/tmp/x\" is a directory, not a file". Callers prefix what the file is for.

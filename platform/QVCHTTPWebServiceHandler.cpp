@@ -14,7 +14,9 @@
 #include <vector>
 
 #include "platform/QVCAnswerDocument.h"
+#include "platform/QVCHTTPExchange.h"
 #include "platform/QVCRequestShapes.h"
+#include "platform/QVCVersion.h"
 
 namespace {
 
@@ -80,18 +82,36 @@ std::string trim(std::string text) {
     return text.substr(start);
 }
 
-/// The service's own explanation in an error answer, when it gives one.
+/// text on one line: each run of white space that holds a line break becomes one space.
+std::string oneLine(const std::string& text) {
+    std::string line;
+    std::size_t at = 0;
+    while (at < text.size()) {
+        const std::size_t end = std::min(text.find_first_not_of(" \t\r\n", at), text.size());
+        if (end == at) {
+            line += text[at++];
+            continue;
+        }
+        const std::string run = text.substr(at, end - at);
+        line += run.find_first_of("\r\n") == std::string::npos ? run : " ";
+        at = end;
+    }
+    return trim(line);
+}
+
+/// The service's own explanation in an error answer, when it gives one, else
+/// the start of the answer's text; on one line either way.
 std::string serviceMessage(const std::shared_ptr<const QVCAnswerDocument>& body, const std::string& text) {
     if (body) {
         for (const char* key : {"message", "errorMessage", "error", "description"}) {
             auto found = QVCAnswerDocument::find(body->root(), key);
             if (found && found->is_string()) {
-                return std::string(std::string_view(*found));
+                return oneLine(std::string(std::string_view(*found)));
             }
         }
         return {};
     }
-    return text.substr(0, 200);
+    return oneLine(text.substr(0, 200));
 }
 
 struct Transfer {
@@ -259,7 +279,7 @@ struct QVCHTTPWebServiceHandler::Engine {
         curl_easy_setopt(easy, CURLOPT_HEADERDATA, &t);
         curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, t.errorText);
         curl_easy_setopt(easy, CURLOPT_HTTPHEADER, t.headers);
-        curl_easy_setopt(easy, CURLOPT_USERAGENT, "QVConsumer/1.0");
+        curl_easy_setopt(easy, CURLOPT_USERAGENT, "QVConsumer/" QVC_VERSION_TEXT);
         if (t.method == "POST") {
             // A send never rides a kept-alive connection: when such a connection
             // dies after the request went out, libcurl would send it again by
@@ -401,6 +421,37 @@ struct QVCHTTPWebServiceHandler::Engine {
         return {failure(t, detail, Kind::Transport), false};
     }
 
+    /// Hands a finished attempt to the configuration's trace hook, if any.
+    void trace(const Transfer& t, const QVCResponse& response) const {
+        if (!configuration.trace) {
+            return;
+        }
+        QVCHTTPExchange exchange;
+        exchange.method = t.method;
+        exchange.url = t.url;
+        long status = 0;
+        curl_off_t micros = 0, sent = 0, received = 0;
+        curl_easy_getinfo(t.easy, CURLINFO_RESPONSE_CODE, &status);
+        curl_easy_getinfo(t.easy, CURLINFO_TOTAL_TIME_T, &micros);
+        curl_easy_getinfo(t.easy, CURLINFO_SIZE_UPLOAD_T, &sent);
+        curl_easy_getinfo(t.easy, CURLINFO_SIZE_DOWNLOAD_T, &received);
+        if (status > 0) {
+            exchange.status = static_cast<int>(status);
+        }
+        if (response.error() && !response.error()->errorMessages().empty()) {
+            // Without the "GET path: " the error starts with: the exchange carries the request.
+            exchange.failure = response.error()->errorMessages().front();
+            const std::string request = t.method + " " + t.path + ": ";
+            if (exchange.failure.rfind(request, 0) == 0) {
+                exchange.failure.erase(0, request.size());
+            }
+        }
+        exchange.elapsed = std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::microseconds(micros));
+        exchange.bytesSent = static_cast<std::size_t>(sent);
+        exchange.bytesReceived = static_cast<std::size_t>(received);
+        configuration.trace(exchange);
+    }
+
     void finish(CURL* easy, CURLcode result) {
         auto found = active.find(easy);
         if (found == active.end()) {
@@ -415,6 +466,7 @@ struct QVCHTTPWebServiceHandler::Engine {
             transient = mayPass;
             return answer;
         });
+        trace(*transfer, response);
         if (transient && transfer->retries < configuration.maxRetries) {
             if (auto due = nextAttempt(*transfer)) {
                 transfer->due = *due;

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "platform/QVCPlatformConfiguration.h"
+#include "platform/QVCPlatformExport.h"
 #include "platform/QVCTransportThread.h"
 #include "platform/QVCWebServiceHandler.h"
 
@@ -42,7 +43,7 @@
 /// escaping an answer callback goes to the exception hook. Destroying the
 /// handler answers every request in flight or waiting with a "cancelled"
 /// error record and joins the thread.
-class QVCHTTPWebServiceHandler : public QVCWebServiceHandler {
+class QVCPLATFORM_EXPORT QVCHTTPWebServiceHandler : public QVCWebServiceHandler {
 public:
     QVCHTTPWebServiceHandler(QVCPlatformConfiguration configuration, std::optional<std::string> appID,
                              std::optional<std::string> appKey);

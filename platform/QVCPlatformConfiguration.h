@@ -3,9 +3,13 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
+
+#include "platform/QVCHTTPExchange.h"
+#include "platform/QVCPlatformExport.h"
 
 /// Settings of the platform's live transport. Every field has a safe default;
 /// fromEnvironment() lays the process environment over a given configuration.
@@ -18,7 +22,7 @@
 ///   QVCONSUMER_CA_BUNDLE            caBundlePath
 ///   QVCONSUMER_MAX_ANSWER_BYTES     maxAnswerBytes
 ///   QVCONSUMER_ALLOW_PLAIN_HTTP     allowPlainHTTP ("1"/"true"/"yes" or "0"/"false"/"no")
-struct QVCPlatformConfiguration {
+struct QVCPLATFORM_EXPORT QVCPlatformConfiguration {
     static constexpr const char* serviceURLVariable = "QVCONSUMER_SERVICE_URL";
     static constexpr const char* connectTimeoutVariable = "QVCONSUMER_CONNECT_TIMEOUT_MS";
     static constexpr const char* totalTimeoutVariable = "QVCONSUMER_TIMEOUT_MS";
@@ -61,6 +65,10 @@ struct QVCPlatformConfiguration {
     bool allowPlainHTTP = false;
     /// Largest number of connections kept open to the service at once.
     long maxConnections = 8;
+    /// Called on the transport's thread after each attempt, retries included,
+    /// to show the HTTP exchange (qvconsumer --verbose); none by default. It
+    /// must return quickly and not throw.
+    std::function<void(const QVCHTTPExchange&)> trace;
 
     /// Values from the environment that could not be used, one message each;
     /// every live request fails with these until they are fixed.

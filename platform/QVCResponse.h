@@ -9,10 +9,11 @@
 #include "platform/QVCAnswerDocument.h"
 #include "platform/QVCErrorResponse.h"
 #include "platform/QVCJSON.h"
+#include "platform/QVCPlatformExport.h"
 
 /// Orders header names without regard to letter case, so that "location"
 /// finds "Location".
-struct QVCHeaderNameLess {
+struct QVCPLATFORM_EXPORT QVCHeaderNameLess {
     using is_transparent = void;
     bool operator()(const std::string& left, const std::string& right) const;
 };
@@ -22,7 +23,7 @@ using QVCHeaders = std::map<std::string, std::string, QVCHeaderNameLess>;
 
 /// One answer to one request: the parsed body, the header fields and, when the
 /// request failed, an error record. Copies share the parsed body.
-class QVCResponse {
+class QVCPLATFORM_EXPORT QVCResponse {
 public:
     QVCResponse() = default;
     QVCResponse(std::shared_ptr<const QVCAnswerDocument> document, QVCHeaders headers,

@@ -8,12 +8,13 @@
 #include <string>
 #include <vector>
 
+#include "platform/QVCPlatformExport.h"
 #include "platform/QVCWebServiceHandler.h"
 
 /// One request as a QVCScriptedWebServiceHandler received it: its eight
 /// arguments in order. The completion is kept only until it has been called,
 /// so that a recorded request holds nothing alive that its answer captured.
-struct QVCRecordedRequest {
+struct QVCPLATFORM_EXPORT QVCRecordedRequest {
     std::string path;
     std::int64_t httpMethod = 0;
     std::string contextMessageType;
@@ -31,7 +32,7 @@ struct QVCRecordedRequest {
 /// In Immediate delivery the answer is given inside requestWithPath, before it
 /// returns. In Deferred delivery answers wait until the test calls releaseNext
 /// or releaseAll, and are then given on the test's thread, oldest first.
-class QVCScriptedWebServiceHandler : public QVCWebServiceHandler {
+class QVCPLATFORM_EXPORT QVCScriptedWebServiceHandler : public QVCWebServiceHandler {
 public:
     enum class Delivery { Immediate, Deferred };
 

@@ -11,6 +11,7 @@
 
 #include "platform/QVCAnswerDocument.h"
 #include "platform/QVCJSON.h"
+#include "platform/QVCPlatformExport.h"
 #include "platform/QVCResponse.h"
 
 /// A simulation file, loaded and checked: the answers that stand in for the
@@ -22,7 +23,7 @@
 /// parameters. Among several matches the most specific wins: more literal path
 /// segments first, then more literal query values, then more query
 /// parameters; a remaining tie goes to the entry that comes first in the file.
-class QVCSimulationFile {
+class QVCPLATFORM_EXPORT QVCSimulationFile {
 public:
     /// Reads and checks the file at path. Throws QVCSimulationFile::Invalid
     /// naming the file, the entry index and the key at fault.

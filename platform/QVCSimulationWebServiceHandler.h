@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include "platform/QVCPlatformExport.h"
 #include "platform/QVCTransportThread.h"
 #include "platform/QVCWebServiceHandler.h"
 
@@ -15,7 +16,7 @@
 /// Answers are delivered one at a time on the handler's own thread, as the
 /// live transport does. Destroying the handler answers every request still
 /// waiting with a "cancelled" error record and joins the thread.
-class QVCSimulationWebServiceHandler : public QVCWebServiceHandler {
+class QVCPLATFORM_EXPORT QVCSimulationWebServiceHandler : public QVCWebServiceHandler {
 public:
     QVCSimulationWebServiceHandler();
     ~QVCSimulationWebServiceHandler() override;

@@ -8,12 +8,13 @@
 #include <thread>
 
 #include "platform/QVCErrorResponse.h"
+#include "platform/QVCPlatformExport.h"
 #include "platform/QVCWebServiceHandler.h"
 
 /// What the platform's own transports share: the thread that delivers their
 /// answers, the boundary that keeps an answer callback's exception from
 /// ending the process, and the hook that such an exception is handed to.
-class QVCTransportThread {
+class QVCPLATFORM_EXPORT QVCTransportThread {
 public:
     /// Receives an exception that escaped an answer callback.
     using ExceptionHook = std::function<void(std::exception_ptr exception)>;

@@ -6,9 +6,10 @@
 
 #include "platform/QVCAnswerDocument.h"
 #include "platform/QVCJSON.h"
+#include "platform/QVCPlatformExport.h"
 
 /// Class operations that every operation of the library relies on.
-class QVCUtility {
+class QVCPLATFORM_EXPORT QVCUtility {
 public:
     /// Runs body. If an exception escapes it, body stops there and
     /// handleException is called once with that exception; nothing escapes.

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "platform/QVCJSON.h"
+#include "platform/QVCPlatformExport.h"
 #include "platform/QVCResponse.h"
 
 /// Receives the one answer to a request.
@@ -13,7 +14,7 @@ using QVCResponseCompletion = std::function<void(const QVCResponse& response)>;
 
 /// Performs the requests of the service. A host may supply its own; the
 /// platform's default handler depends on the environment.
-class QVCWebServiceHandler {
+class QVCPLATFORM_EXPORT QVCWebServiceHandler {
 public:
     virtual ~QVCWebServiceHandler() = default;
 

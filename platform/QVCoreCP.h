@@ -13,13 +13,14 @@
 #include "platform/QVCFacilityInfo.h"
 #include "platform/QVCJSON.h"
 #include "platform/QVCPlatformConfiguration.h"
+#include "platform/QVCPlatformExport.h"
 #include "platform/QVCWebServiceHandler.h"
 
 /// The platform's base of a service client: it holds the application's
 /// credentials, the company and facility, the current consumer id, the
 /// environment and the push token, and hands out the web service handler that
 /// performs requests. Its state may be read and written from any thread.
-class QVCoreCP {
+class QVCPLATFORM_EXPORT QVCoreCP {
 public:
     /// Reports the outcome of an operation of the platform: (success, error, exception).
     using StatusCompletion =

@@ -4,9 +4,11 @@
 #include <optional>
 #include <string>
 
+#include "platform/QVCPlatformExport.h"
+
 /// The platform's consumer record: the consumer's id and names. Absent names
 /// are std::nullopt.
-struct QVCoreConsumerInfo {
+struct QVCPLATFORM_EXPORT QVCoreConsumerInfo {
     virtual ~QVCoreConsumerInfo() = default;
 
     std::int64_t consumerID = 0;

@@ -8,6 +8,9 @@ cd "$(dirname "$0")/.."
 ./scripts/install-deps.sh
 cmake -S . -B build/release -DCMAKE_BUILD_TYPE=Release -DQVC_BUILD_TESTS=OFF -DQVC_BUILD_BENCHMARKS=OFF >/dev/null
 cmake --build build/release -j "$(nproc)" >/dev/null
+# Installed, the tool finds the simulation file beside its library; from the
+# build tree it is pointed at the source tree's copy.
+export QVCONSUMER_RESOURCE_DIR="${QVCONSUMER_RESOURCE_DIR:-$PWD/resources}"
 if [ $# -eq 0 ]; then
   set -- demo
 fi

@@ -9,6 +9,7 @@
 #include <set>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "QVConsumer/QVConsumerManager.h"
 #include "TransportTestSupport.h"
@@ -50,7 +51,7 @@ protected:
         server.Get(route("ok"), reply(200, R"({"a":1})"));
         server.Get(route("html"), reply(200, "<html>maintenance</html>", "text/html"));
         server.Get(route("missing"), reply(404, R"({"httpResponseCode":404,"message":"no such consumer"})"));
-        server.Get(route("down"), reply(500, "database down", "text/plain"));
+        server.Get(route("down"), reply(500, "database\r\n  down\n", "text/plain"));
         server.Get(route("nothing"), reply(204, "", "text/plain"));
         server.Get(route("always503"), reply(503, ""));
         server.Post(route("always503", 1), reply(503, ""));
@@ -178,10 +179,29 @@ TEST_F(HTTPTransport, MapsAnswersAndFailuresToResponses) {
 
     QVCResponse down = ask("down");
     EXPECT_EQ(down.error() ? down.error()->httpStatus() : 0, 500);
-    EXPECT_THAT(describe(down), HasSubstr("database down"));
+    EXPECT_THAT(describe(down), HasSubstr("database down")) << "the answer's text, on one line";
+    EXPECT_THAT(describe(down), Not(HasSubstr("\n")));
     for (const auto& response : {html, missing, down}) {
         EXPECT_THAT(describe(response), Not(HasSubstr("secret-key-42")));
     }
+}
+
+TEST_F(HTTPTransport, TracesEveryAttempt) {
+    std::vector<QVCHTTPExchange> seen;  // written before each answer is delivered
+    configuration.trace = [&](const QVCHTTPExchange& exchange) { seen.push_back(exchange); };
+    ask("past");
+    ask("ok", 1, QVCJSON{{"t", 1}});
+    stopServer();
+    ask("ok");
+    ASSERT_EQ(seen.size(), 6U) << "503 and its retry, the POST, three refused attempts";
+    EXPECT_EQ(seen[0].status, 503);
+    EXPECT_EQ(seen[1].status, 200);
+    EXPECT_EQ(seen[1].method + " " + seen[1].url, "GET " + root + route("past"));
+    EXPECT_EQ(seen[1].bytesReceived, 2U);
+    EXPECT_EQ(seen[2].method, "POST");
+    EXPECT_EQ(seen[2].bytesSent, std::string(R"({"t":1})").size());
+    EXPECT_FALSE(seen[5].status);
+    EXPECT_EQ(seen[5].failure, "connection refused");
 }
 
 TEST_F(HTTPTransport, SendsCredentialsAndTheBody) {

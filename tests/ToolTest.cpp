@@ -257,4 +257,20 @@ TEST(ToolFailures, OutputThatCannotBeWrittenIsNotSuccess) {
     EXPECT_EQ(run.err, "qvconsumer: the output could not be written\n");
 }
 
+TEST(ToolDiagnostics, VersionAndVerboseExchanges) {
+    const ToolRun version = runTool({"--version"});
+    EXPECT_EQ(version.status, 0) << version.err;
+    EXPECT_THAT(version.out, ::testing::MatchesRegex("QVConsumer [0-9.]+\nlibcurl [0-9.]+ .*\nsimdjson [0-9.]+ .*\n"));
+
+    // Port 9 on loopback refuses: each of the three attempts is shown, then the one-line error.
+    const ToolRun verbose = runTool({"--verbose", "--env", "live", "--service-url", "http://127.0.0.1:9/", "--app-id",
+                                     "a", "--app-key", "secret-key-42", "--consumer-id", "1", "loyalty"});
+    EXPECT_EQ(verbose.status, 3);
+    const std::string attempt =
+        "qvconsumer: GET http://127.0.0.1:9/lqsapi/consumers/v1/consumer/1/balance/loyalty -> no answer \\(connection "
+        "refused\\) in [0-9]+ ms, 0 bytes sent, 0 received\n";
+    EXPECT_THAT(verbose.err,
+                ::testing::MatchesRegex(attempt + attempt + attempt + "qvconsumer: loyalty failed: [^\n]*\n"));
+}
+
 }  // namespace

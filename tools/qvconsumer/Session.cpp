@@ -1,5 +1,7 @@
 #include "Session.h"
 
+#include <iostream>
+
 #include "platform/QVCEnvironment.h"
 #include "platform/QVCFileText.h"
 #include "platform/QVCPlatformConfiguration.h"
@@ -14,6 +16,18 @@ std::chrono::milliseconds waitLimit(const QVCPlatformConfiguration& configuratio
         return std::chrono::milliseconds(configuration.bounded().totalTimeoutMs);
     }
     return 2 * configuration.requestBudget() + std::chrono::milliseconds(2000);
+}
+
+/// One line on stderr per HTTP exchange, e.g.
+/// "qvconsumer: GET https://host/lqsapi/... -> 200 in 12 ms, 0 bytes sent, 840 received".
+void printExchange(const QVCHTTPExchange& exchange) {
+    std::string outcome = exchange.status ? std::to_string(*exchange.status) : "no answer";
+    if (!exchange.status && !exchange.failure.empty()) {
+        outcome += " (" + exchange.failure + ")";
+    }
+    std::cerr << "qvconsumer: " << exchange.method << ' ' << exchange.url << " -> " << outcome << " in "
+              << exchange.elapsed.count() << " ms, " << exchange.bytesSent << " bytes sent, " << exchange.bytesReceived
+              << " received\n";
 }
 
 }  // namespace
@@ -54,6 +68,9 @@ Session::Session(const GlobalOptions& options) : options_(options) {
     }
     if (options.timeoutMs) {
         configuration.totalTimeoutMs = *options.timeoutMs;
+    }
+    if (options.verbose) {
+        configuration.trace = printExchange;
     }
     if (environment == QVCEnvironmentLive) {
         if (configuration.serviceRootURL.empty()) {

@@ -26,6 +26,8 @@ struct GlobalOptions {
     std::optional<std::string> simulationFile;
     std::optional<long> timeoutMs;
     bool json = false;
+    /// Print each HTTP exchange to stderr.
+    bool verbose = false;
 };
 
 /// One run of the tool: a configured manager and the means to wait for its

@@ -7,7 +7,9 @@
 #include <limits>
 
 #include "Commands.h"
+#include "QVConsumer/QVCPConstant.h"
 #include "Session.h"
+#include "platform/QVCDependencyVersions.h"
 #include "platform/QVCPlatformConfiguration.h"
 
 namespace {
@@ -73,6 +75,15 @@ int main(int argc, char** argv) {
                    "time limit of one request attempt, in milliseconds (at most one day, 86400000)")
         ->check(CLI::Range(1L, QVCPlatformConfiguration::maxDurationMs));
     app.add_flag("--json", options.json, "print JSON only, for programs");
+    app.add_flag("--verbose", options.verbose,
+                 "print each HTTP exchange to stderr (method, URL, status, time, bytes; never the app key)");
+    app.set_version_flag(
+        "--version",
+        [] {
+            return std::string(QVConsumerVersionString) + "\nlibcurl " + QVCDependencyVersions::libcurl() +
+                   "\nsimdjson " + QVCDependencyVersions::simdjson();
+        },
+        "print the library's version and those of libcurl and simdjson it runs on");
 
     std::function<int(Session&)> command;
     auto add = [&](const char* name, const char* description) { return app.add_subcommand(name, description); };
