@@ -1,23 +1,17 @@
-#include <gtest/gtest.h>
-
 #include "ConsumerTestSupport.h"
-#include "QVConsumer/QVCConsumerGroup.h"
-#include "QVConsumer/QVCConsumerMerchantType.h"
+#include "QVConsumer/QVCState.h"
 
 namespace {
 
-TEST(ConsumerRecordsTest, AFreshConsumerOwnsAWholeTreeOfSignUpDefaults) {
+// Each fresh record owns its nested records: none is shared with another record.
+TEST(Records, AFreshRecordOwnsItsNestedRecordsAndLists) {
     QVCConsumerInfo info, other;
-    const auto& address = *info.personalInfo->contactInfo->addressInfo;
-    EXPECT_EQ(texts(address.line1, address.line2, address.line3, address.city, address.postalCode, address.stateCode,
-                    address.countryCode, info.personalInfo->occupationOther, info.personalInfo->contactInfo->contactId),
-              texts("33 Market St", "", "", "San Francisco", "94127", "CA", "US", "", "1"));
-    EXPECT_NE(&address, other.personalInfo->contactInfo->addressInfo.get());
+    EXPECT_NE(info.personalInfo->contactInfo->addressInfo.get(), other.personalInfo->contactInfo->addressInfo.get());
     info.consumerGroupCodes->push_back("7");  // two distinct lists of the numbers 1 and 2
     EXPECT_EQ(*info.merchantTypes, std::vector<QVCJSON>({QVCJSON(1), QVCJSON(2)}));
-    EXPECT_TRUE(info.preference->preferSmsFlag && info.preference->preferenceTypeCode == 1);
-    EXPECT_EQ(texts(QVCConsumerMerchantType().merchantType->sortOrder, QVCConsumerGroup().groupType->groupCode),
-              texts("", ""));
+    QVCState first, second;
+    ASSERT_TRUE(first.stateID && second.stateID);
+    EXPECT_NE(first.stateID, second.stateID);
 }
 
 }  // namespace
