@@ -144,11 +144,9 @@ TEST(ToolProfiles, UpdateSendsBackTheConsumersOwnRowsWithOnlyTheGivenChange) {
     const int port = service.bind_to_any_port("127.0.0.1");
     std::thread thread([&] { service.listen_after_bind(); });
     auto live = [&](std::vector<std::string> arguments) {
-        const std::vector<std::string> global = {
-            "--env",    "live", "--service-url", "http://127.0.0.1:" + std::to_string(port),
-            "--app-id", "a",    "--app-key",     "k",
-            "--user",   "jdoe"};
-        arguments.insert(arguments.begin(), global.begin(), global.end());
+        const std::string url = "http://127.0.0.1:" + std::to_string(port);
+        arguments.insert(arguments.begin(),
+                         {"--env", "live", "--service-url", url, "--app-id", "a", "--app-key", "k", "--user", "jdoe"});
         return runTool(arguments);
     };
     // One field changed by an option, then through the profile file authenticate prints.
