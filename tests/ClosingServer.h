@@ -2,15 +2,13 @@
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
-#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <atomic>
-#include <chrono>
 #include <cstdlib>
 #include <functional>
 #include <mutex>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -23,8 +21,7 @@ class ClosingServer {
 public:
     /// answerFor gives the JSON body of the answer to a GET of a path.
     explicit ClosingServer(std::function<std::string(const std::string& path)> answerFor)
-        : answerFor_(std::move(answerFor)) {
-        listener_ = ::socket(AF_INET, SOCK_STREAM, 0);
+        : answerFor_(std::move(answerFor)), listener_(::socket(AF_INET, SOCK_STREAM, 0)) {
         sockaddr_in address{};
         address.sin_family = AF_INET;
         address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
@@ -33,14 +30,23 @@ public:
         socklen_t length = sizeof address;
         ::getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &length);
         port_ = ntohs(address.sin_port);
-        acceptor_ = std::thread([this] { accept(); });
+        acceptor_ = std::thread([this] {
+            for (int fd; (fd = ::accept(listener_, nullptr, nullptr)) >= 0;) {
+                std::lock_guard<std::mutex> lock(mutex_);
+                connections_.emplace_back(fd, std::thread([this, fd] { serve(fd); }));
+            }
+        });
     }
 
+    /// Shutting the sockets down wakes the threads blocked on them; the
+    /// connections are closed only then, so that no number is reused before.
     ~ClosingServer() {
-        stopping_ = true;
+        ::shutdown(listener_, SHUT_RDWR);
         acceptor_.join();
-        for (auto& connection : connections_) {
-            connection.join();
+        for (auto& [fd, thread] : connections_) {
+            ::shutdown(fd, SHUT_RDWR);
+            thread.join();
+            ::close(fd);
         }
         ::close(listener_);
     }
@@ -54,72 +60,23 @@ public:
     }
 
 private:
-    /// Waits up to 50 ms for fd to become readable; false when it did not.
-    static bool readable(int fd) {
-        pollfd entry{fd, POLLIN, 0};
-        return ::poll(&entry, 1, 50) > 0;
-    }
-
-    void accept() {
-        while (!stopping_) {
-            if (readable(listener_)) {
-                int fd = ::accept(listener_, nullptr, nullptr);
-                if (fd >= 0) {
-                    connections_.emplace_back([this, fd] { serve(fd); });
-                }
-            }
-        }
-    }
-
-    /// Reads into buffer until it holds at least size bytes; false when the
-    /// connection ended or the server stops first.
-    bool fill(int fd, std::string& buffer, std::size_t size) {
-        char chunk[4096];
-        while (buffer.size() < size) {
-            if (stopping_) {
-                return false;
-            }
-            if (!readable(fd)) {
-                continue;
-            }
-            ssize_t count = ::recv(fd, chunk, sizeof chunk, 0);
-            if (count <= 0) {
-                return false;
-            }
-            buffer.append(chunk, static_cast<std::size_t>(count));
-        }
-        return true;
-    }
-
     void serve(int fd) {
         std::string buffer;
-        while (true) {
-            std::size_t end;
-            while ((end = buffer.find("\r\n\r\n")) == std::string::npos) {
-                if (!fill(fd, buffer, buffer.size() + 1)) {
-                    ::close(fd);
-                    return;
-                }
+        char chunk[4096];
+        for (ssize_t count; (count = ::recv(fd, chunk, sizeof chunk, 0)) > 0;) {
+            buffer.append(chunk, static_cast<std::size_t>(count));
+            const std::size_t end = buffer.find("\r\n\r\n"), at = buffer.find("Content-Length: ");
+            const std::size_t length = at < end ? std::strtoul(buffer.c_str() + at + 16, nullptr, 10) : 0;
+            if (end == std::string::npos || buffer.size() < end + 4 + length) {
+                continue;
             }
-            const std::string head = buffer.substr(0, end);
-            std::size_t length = 0;
-            if (std::size_t at = head.find("Content-Length: "); at != std::string::npos) {
-                length = std::strtoul(head.c_str() + at + 16, nullptr, 10);
-            }
-            if (!fill(fd, buffer, end + 4 + length)) {
-                ::close(fd);
-                return;
-            }
+            std::string method, path;
+            std::istringstream(buffer.substr(0, end)) >> method >> path;
             buffer.erase(0, end + 4 + length);
-            const std::size_t pathStart = head.find(' ') + 1;
-            const std::string method = head.substr(0, pathStart - 1);
-            const std::string path = head.substr(pathStart, head.find(' ', pathStart) - pathStart);
             if (method == "POST") {
-                {
-                    std::lock_guard<std::mutex> lock(mutex_);
-                    posts_.push_back(path);
-                }
-                ::close(fd);
+                std::lock_guard<std::mutex> lock(mutex_);
+                posts_.push_back(path);
+                ::shutdown(fd, SHUT_RDWR);
                 return;
             }
             const std::string body = answerFor_(path);
@@ -131,11 +88,10 @@ private:
     }
 
     std::function<std::string(const std::string&)> answerFor_;
-    int listener_ = -1;
+    int listener_;
     int port_ = 0;
-    std::atomic<bool> stopping_{false};
     std::thread acceptor_;
-    std::vector<std::thread> connections_;  // touched only by the acceptor until it is joined
     mutable std::mutex mutex_;
+    std::vector<std::pair<int, std::thread>> connections_;  // joined once the acceptor is
     std::vector<std::string> posts_;
 };

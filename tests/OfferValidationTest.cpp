@@ -1,5 +1,3 @@
-#include <gtest/gtest.h>
-
 #include "OffersTestSupport.h"
 
 namespace {
@@ -27,7 +25,7 @@ protected:
             body[0]["offer"]["offerDetails"]["offerRules"]["minPurchaseLimit"] = minimum;
         }
         handler->answerWithBody(body);
-        result = {};
+        result.calls = 0;
         manager->validateOfferWithOfferCode("SPRING 20", std::move(products), result.completion());
         deliver();
         EXPECT_EQ(result.calls, 1);

@@ -1,5 +1,3 @@
-#include <gtest/gtest.h>
-
 #include "TestSupport.h"
 
 namespace {
@@ -21,18 +19,14 @@ TEST_P(PushRegistrationTest, SendsTheTokenAsItStandsForTheCurrentConsumer) {
     const auto requests = handler->requests();
     ASSERT_EQ(requests.size(), 2U);
     const auto& request = requests[0];
-    EXPECT_EQ(request.path, "lqsapi/consumers/v1/consumer/42/device");
-    EXPECT_EQ(request.httpMethod, 1);
-    EXPECT_EQ(request.contextMessageType, "consumers");
-    EXPECT_FALSE(request.headers);
-    EXPECT_EQ(request.responseType, 0);
-    EXPECT_EQ(request.simulateFilePath, manager->simulatePath());
+    EXPECT_EQ(request.path + " " + std::to_string(request.httpMethod) + " " + request.contextMessageType,
+              "lqsapi/consumers/v1/consumer/42/device 1 consumers");
+    EXPECT_TRUE(!request.headers && request.responseType == 0 && request.simulateFilePath == manager->simulatePath());
     EXPECT_EQ(*request.body, (QVCJSON{{"deviceToken", "tok-1"}, {"deviceType", "iOS"}, {"en_Push", 1}}));
     EXPECT_TRUE(request.body->at("en_Push").is_number_integer());
     EXPECT_EQ(requests[1].body->at("deviceToken"), QVCJSON(123456));
     EXPECT_EQ(manager->pushDeviceToken(), QVCJSON(123456));
-    EXPECT_EQ(result.calls, 1);
-    EXPECT_TRUE(result.get<0>() && !result.error() && !result.exception());
+    EXPECT_TRUE(result.calls == 1 && result.get<0>() && !result.error() && !result.exception());
 }
 
 TEST_P(PushRegistrationTest, AnyAnswerWithoutErrorIsSuccessAndAnErrorIsPassedOn) {
@@ -45,9 +39,7 @@ TEST_P(PushRegistrationTest, AnyAnswerWithoutErrorIsSuccessAndAnErrorIsPassedOn)
     manager->setPushDeviceToken("t", rejected.completion());
     deliver();
     EXPECT_TRUE(accepted.get<0>());
-    EXPECT_EQ(rejected.calls, 1);
-    EXPECT_FALSE(rejected.get<0>());
-    EXPECT_EQ(rejected.error(), serviceError);
+    EXPECT_TRUE(rejected.calls == 1 && !rejected.get<0>() && rejected.error() == serviceError);
 }
 
 TEST_P(PushRegistrationTest, AnAbsentTokenIsReportedAsAnExceptionWithoutRequest) {
@@ -57,8 +49,7 @@ TEST_P(PushRegistrationTest, AnAbsentTokenIsReportedAsAnExceptionWithoutRequest)
     deliver();
 
     EXPECT_EQ(handler->requestCount(), 1U);
-    EXPECT_EQ(result.calls, 1);
-    EXPECT_FALSE(result.get<0>() || result.error());
+    EXPECT_TRUE(result.calls == 1 && !result.get<0>() && !result.error());
     EXPECT_EQ(exceptionMessage(result.exception()), "attempt to insert an absent value for key \"deviceToken\"");
     // The platform was handed the absent token before the body failed.
     EXPECT_FALSE(manager->pushDeviceToken());

@@ -1,5 +1,3 @@
-#include <gtest/gtest.h>
-
 #include <chrono>
 
 #include "OffersTestSupport.h"

@@ -1,5 +1,4 @@
 // Both transports encode caller text inserted into a path, or refuse the request before sending it.
-#include <gtest/gtest.h>
 
 #include <map>
 #include <mutex>

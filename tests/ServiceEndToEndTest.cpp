@@ -1,18 +1,13 @@
 // The library over the live transport against the reference service, in-process on a free port.
-#include <gtest/gtest.h>
 #include <httplib.h>
 
-#include <chrono>
-#include <condition_variable>
-#include <mutex>
 #include <thread>
 
 #include "QVConsumer/QVCConsumerInfo.h"
 #include "QVConsumer/QVCMasterData.h"
 #include "QVConsumer/QVCOffer.h"
 #include "QVConsumer/QVCProduct.h"
-#include "QVConsumer/QVConsumerManager.h"
-#include "platform/QVCEnvironment.h"
+#include "TestSupport.h"
 #include "service/QVCReferenceService.h"
 #include "service/QVCServiceSeed.h"
 
@@ -21,31 +16,6 @@ namespace {
 using Kind = QVCErrorResponse::Kind;
 using namespace std::chrono_literals;
 
-/// The calls a completion receives, awaited from the test's thread.
-template <typename Completion>
-struct Calls;
-template <typename... Args>
-struct Calls<std::function<void(Args...)>> {
-    std::mutex mutex;
-    std::condition_variable changed;
-    int count = 0;
-    std::tuple<std::decay_t<Args>...> last;
-
-    std::function<void(Args...)> completion() {
-        return [this](Args... received) {
-            std::lock_guard<std::mutex> lock(mutex);
-            ++count;
-            last = std::make_tuple(received...);
-            changed.notify_all();
-        };
-    }
-    /// The arguments of the first call, after waiting for it.
-    std::tuple<std::decay_t<Args>...> wait() {
-        std::unique_lock<std::mutex> lock(mutex);
-        EXPECT_TRUE(changed.wait_for(lock, 10s, [this] { return count > 0; })) << "no completion";
-        return last;
-    }
-};
 using M = QVConsumerManager;
 
 class ServiceEndToEnd : public ::testing::Test {
@@ -54,7 +24,6 @@ protected:
         service.start();
         manager = managerWith("key-e2e");
     }
-    ~ServiceEndToEnd() override { manager.reset(); }
 
     static const QVCJSON& shippedSeed() {
         static const QVCJSON seed = QVCServiceSeed::fromFile(QVC_SOURCE_RESOURCE_DIR "/QVConsumerSimulate.json");
@@ -91,43 +60,41 @@ protected:
     }
 
     std::shared_ptr<QVCConsumerInfo> authenticate(const std::string& userName) {
-        Calls<M::ConsumerCompletion> calls;
-        manager->authenticateConsumerWithUserName(userName, calls.completion());
-        return std::get<0>(calls.wait());
+        return std::get<0>(awaitCall<M::ConsumerCompletion>(
+            [&](auto done) { manager->authenticateConsumerWithUserName(userName, done); }));
     }
     std::tuple<std::optional<std::string>, M::Error, std::exception_ptr> redeem(const std::string& code,
                                                                                 const std::string& reference) {
-        Calls<M::RedemptionCompletion> calls;
-        manager->redeemOfferWithAmount(QVCJSON("57.00"), code, QVCJSON(reference), calls.completion());
-        return calls.wait();
+        return awaitCall<M::RedemptionCompletion>(
+            [&](auto done) { manager->redeemOfferWithAmount(QVCJSON("57.00"), code, QVCJSON(reference), done); });
     }
 
     QVCReferenceService service;
-    std::shared_ptr<M> manager;
+    std::shared_ptr<M> manager;  // let go before the service stops
 };
 
 TEST_F(ServiceEndToEnd, EveryOperationIsServedOverHTTP) {
-    Calls<M::MasterDataCompletion> master;
-    manager->getMasterDataWithCompletionWithCompletion(master.completion());
-    ASSERT_TRUE(std::get<0>(master.wait()));
-    EXPECT_EQ(std::get<0>(master.wait())->ageRangeTypes.size(), 6u);
+    const auto master = std::get<0>(awaitCall<M::MasterDataCompletion>(
+        [&](auto done) { manager->getMasterDataWithCompletionWithCompletion(done); }));
+    EXPECT_EQ(master ? master->ageRangeTypes.size() : 0u, 6u);
 
     const auto consumer = authenticate("jdoe");
     ASSERT_TRUE(consumer);
     EXPECT_EQ(consumer->firstName, "John");
     EXPECT_EQ(manager->consumerID(), "1001");
 
-    Calls<M::LoyaltyCompletion> loyalty;
-    manager->retrieveLoyaltyInfo(loyalty.completion());
-    EXPECT_EQ(std::get<0>(loyalty.wait()), 1250);
-    EXPECT_EQ(std::get<1>(loyalty.wait()), "Gold");
+    auto loyalty = [&] {
+        return awaitCall<M::LoyaltyCompletion>([&](auto done) { manager->retrieveLoyaltyInfo(done); });
+    };
+    const auto [points, status, loyaltyError, loyaltyException] = loyalty();
+    EXPECT_EQ(points, 1250);
+    EXPECT_EQ(status, "Gold");
 
-    Calls<M::OffersCompletion> offers;
-    manager->getAllOffersWithCompletionHandler(offers.completion());
-    ASSERT_TRUE(std::get<0>(offers.wait()));
-    EXPECT_EQ(std::get<0>(offers.wait())->size(), 9u);
+    const auto offers = std::get<0>(
+        awaitCall<M::OffersCompletion>([&](auto done) { manager->getAllOffersWithCompletionHandler(done); }));
+    EXPECT_EQ(offers ? offers->size() : 0u, 9u);
 
-    Calls<M::OfferCompletion> byID, byCode, unknownCode;
+    Record<M::OfferCompletion> byID, byCode, unknownCode;
     manager->getOfferDetailsWithOfferID(QVCJSON("502"), byID.completion());
     manager->getOfferWithOfferCode(" GOLD 20 ", byCode.completion());
     manager->getOfferWithOfferCode("save10", unknownCode.completion());
@@ -135,22 +102,18 @@ TEST_F(ServiceEndToEnd, EveryOperationIsServedOverHTTP) {
     EXPECT_EQ(std::get<0>(byCode.wait())->consumerOfferId, "9003");
     EXPECT_EQ(std::get<1>(unknownCode.wait())->errorMessages().at(0), "This offer is not valid any more");
 
-    Calls<M::ValidationCompletion> validation;
     auto product = std::make_shared<QVCProduct>();
     product->productId = 301;
     product->quantity = 2;
     product->price = "24.50";
-    manager->validateOfferWithOfferCode("SAVE10", M::Products{product}, validation.completion());
-    EXPECT_TRUE(std::get<0>(validation.wait()));
+    EXPECT_TRUE(std::get<0>(awaitCall<M::ValidationCompletion>(
+        [&](auto done) { manager->validateOfferWithOfferCode("SAVE10", M::Products{product}, done); })));
 
     EXPECT_EQ(std::get<0>(redeem("GOLD20", "POS-1")), "lqsapi/consumers/v1/redemptions/70001");
-    Calls<M::LoyaltyCompletion> after;
-    manager->retrieveLoyaltyInfo(after.completion());
-    EXPECT_EQ(std::get<0>(after.wait()), 1250 - 500) << "the offer's points are deducted";
+    EXPECT_EQ(std::get<0>(loyalty()), 1250 - 500) << "the offer's points are deducted";
 
-    Calls<M::PushCompletion> push;
-    manager->setPushDeviceToken(QVCJSON("device-token-1"), push.completion());
-    EXPECT_TRUE(std::get<0>(push.wait()));
+    EXPECT_TRUE(std::get<0>(awaitCall<M::PushCompletion>(
+        [&](auto done) { manager->setPushDeviceToken(QVCJSON("device-token-1"), done); })));
     EXPECT_EQ(admin("/__admin/state")["deviceTokens"][0]["deviceToken"], "device-token-1");
 }
 
@@ -162,9 +125,9 @@ TEST_F(ServiceEndToEnd, SignUpThenAuthenticateReturnsWhatWasStoredAndUpdateRewri
     info->middleName = info->suffix = "";  // an update sends them unfiltered: absent ones would raise
     info->personalInfo->contactInfo->emailInfo->address = "nina@example.com";
     info->preference->preferSmsFlag = true;
-    Calls<M::ConsumerCompletion> signUp;
-    manager->signUpNewUserWithDetails(info, signUp.completion());
-    ASSERT_TRUE(std::get<0>(signUp.wait())) << std::get<1>(signUp.wait())->description();
+    const auto [signedUp, signUpError, signUpException] =
+        awaitCall<M::ConsumerCompletion>([&](auto done) { manager->signUpNewUserWithDetails(info, done); });
+    ASSERT_TRUE(signedUp) << signUpError->description();
     EXPECT_EQ(info->consumerID, 1003);
 
     auto stored = authenticate("newbie");
@@ -178,15 +141,13 @@ TEST_F(ServiceEndToEnd, SignUpThenAuthenticateReturnsWhatWasStoredAndUpdateRewri
 
     stored->personalInfo->contactInfo->addressInfo->city = "Tucson";
     stored->consumerGroupCodes = std::vector<QVCJSON>{QVCJSON("3")};  // a read record carries none
-    Calls<M::ConsumerCompletion> update;
-    manager->updateConsumerProfile(stored, update.completion());
-    ASSERT_TRUE(std::get<0>(update.wait()));
+    ASSERT_TRUE(std::get<0>(
+        awaitCall<M::ConsumerCompletion>([&](auto done) { manager->updateConsumerProfile(stored, done); })));
     EXPECT_EQ(authenticate("newbie")->personalInfo->contactInfo->addressInfo->city, "Tucson");
 
-    Calls<M::ConsumerCompletion> again;
-    manager->signUpNewUserWithDetails(info, again.completion());
-    ASSERT_TRUE(std::get<1>(again.wait()));
-    EXPECT_EQ(std::get<1>(again.wait())->httpStatus(), 409);
+    const auto again = std::get<1>(
+        awaitCall<M::ConsumerCompletion>([&](auto done) { manager->signUpNewUserWithDetails(info, done); }));
+    EXPECT_EQ(again ? again->httpStatus() : 0, 409);
     EXPECT_EQ(admin("/__admin/state")["consumers"].size(), 3u) << "the refused sign-up stored nothing";
 }
 
@@ -203,10 +164,9 @@ TEST_F(ServiceEndToEnd, RedemptionStopsAtTheLimitAndARepeatIsNotAppliedAgain) {
 
 TEST_F(ServiceEndToEnd, WrongCredentialsAndBadDocumentsAreRefusedNamingWhatWasWrong) {
     manager = managerWith("not-the-key");
-    Calls<M::MasterDataCompletion> master;
-    manager->getMasterDataWithCompletionWithCompletion(master.completion());
-    ASSERT_TRUE(std::get<1>(master.wait()));
-    EXPECT_EQ(std::get<1>(master.wait())->httpStatus(), 401);
+    const auto refused = std::get<1>(awaitCall<M::MasterDataCompletion>(
+        [&](auto done) { manager->getMasterDataWithCompletionWithCompletion(done); }));
+    EXPECT_EQ(refused ? refused->httpStatus() : 0, 401);
 
     httplib::Client client(service.url().substr(0, service.url().size() - 1));
     client.set_default_headers({{"X-App-Id", "app-e2e"}, {"X-App-Key", "key-e2e"}});
@@ -247,14 +207,14 @@ TEST_P(ServiceFaults, EachOperationCompletesOnceAsDocumented) {
     sendFault["count"] = 1;
     admin("/__admin/faults", QVCJSON::array({readFault, sendFault}));
 
-    Calls<M::MasterDataCompletion> read;
+    Record<M::MasterDataCompletion> read;
     manager->getMasterDataWithCompletionWithCompletion(read.completion());
     const auto [masterData, readError, readException] = read.wait();
     EXPECT_EQ(readError ? std::optional<Kind>(readError->kind()) : std::nullopt, row.readError);
     EXPECT_EQ(masterData != nullptr, !row.readError);
     EXPECT_EQ(received("lqsapi/consumers/v1/data"), row.readsReceived);
 
-    Calls<M::RedemptionCompletion> send;
+    Record<M::RedemptionCompletion> send;
     manager->redeemOfferWithAmount(QVCJSON("57.00"), "SAVE10", QVCJSON("POS-F"), send.completion());
     const auto [location, sendError, sendException] = send.wait();
     EXPECT_EQ(sendError ? std::optional<Kind>(sendError->kind()) : std::nullopt, row.sendError);
@@ -265,8 +225,8 @@ TEST_P(ServiceFaults, EachOperationCompletesOnceAsDocumented) {
     EXPECT_EQ(redemptions(), 1u);
 
     std::this_thread::sleep_for(20ms);
-    EXPECT_EQ(read.count, 1);
-    EXPECT_EQ(send.count, 1);
+    EXPECT_EQ(read.calls, 1);
+    EXPECT_EQ(send.calls, 1);
 }
 
 INSTANTIATE_TEST_SUITE_P(

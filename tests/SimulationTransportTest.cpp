@@ -1,5 +1,3 @@
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <fstream>
 #include <future>
@@ -14,16 +12,16 @@
 
 namespace {
 
-std::shared_ptr<QVCSimulationFile> fileWith(const std::vector<QVCJSON>& entries) {
-    return QVCSimulationFile::fromDocument({{"entries", QVCJSON(entries)}}, "test");
-}
-
 QVCJSON entry(const std::string& method, const std::string& path, const QVCJSON& body) {
     return {{"method", method}, {"path", path}, {"answer", {{"body", body}}}};
 }
 
 std::string documentOf(const std::vector<QVCJSON>& entries) {
     return QVCJSON{{"entries", QVCJSON(entries)}}.dump();
+}
+
+std::shared_ptr<QVCSimulationFile> fileWith(const std::vector<QVCJSON>& entries) {
+    return QVCSimulationFile::fromDocument({{"entries", QVCJSON(entries)}}, "test");
 }
 
 /// Writes text to a file in a fresh temporary folder; removed at the end.
@@ -162,7 +160,7 @@ TEST(SimulationTransport, AnswersOnItsOwnThreadOneAtATime) {
     EXPECT_NE(threads[0], std::this_thread::get_id());
 }
 
-TEST(SimulationTransport, ReportsAMissingDirectoryOrInvalidFileOnceEach) {
+TEST(SimulationTransport, ReportsUnusableFilesAndReadsAFileOnceUntilAnotherIsNamed) {
     SimulationFileOnDisk broken("{\"entries\": [ {\"method\": \"GET\", ");
     SimulationFileOnDisk invalid(R"({"entries": [{"method": "GET", "path": "a"}]})");
     QVCSimulationWebServiceHandler handler;
@@ -174,12 +172,9 @@ TEST(SimulationTransport, ReportsAMissingDirectoryOrInvalidFileOnceEach) {
                 HasSubstr("simulation file \"" + broken.folder.path().string() + "\" is a directory, not a file"));
     EXPECT_THAT(ask(handler, broken.path()), HasSubstr("is not JSON"));
     EXPECT_THAT(ask(handler, invalid.path()), HasSubstr("entry 0, key \"answer\""));
-}
 
-TEST(SimulationTransport, LoadsAFileOnceAndReloadsWhenAnotherIsNamed) {
     SimulationFileOnDisk first(documentOf({entry("GET", masterData, "first")}));
     SimulationFileOnDisk second(documentOf({entry("GET", masterData, "second")}));
-    QVCSimulationWebServiceHandler handler;
     EXPECT_EQ(ask(handler, first.path()), "first");
     first.rewrite(documentOf({entry("GET", masterData, "changed")}));
     EXPECT_EQ(ask(handler, first.path()), "first") << "the file is read once, not for every request";

@@ -5,11 +5,14 @@
 
 #include <unistd.h>
 
+#include <chrono>
+#include <condition_variable>
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <tuple>
@@ -72,7 +75,8 @@ std::string messageOf(const Call& call) {
 }
 
 /// Records the calls of a completion of type std::function<void(Args...)>:
-/// how often it was called and the arguments of the last call.
+/// how often it was called and the arguments of the last call. The calls may
+/// come on another thread: wait() blocks until the first.
 template <typename Completion>
 struct Record;
 template <typename... Args>
@@ -82,8 +86,10 @@ struct Record<std::function<void(Args...)>> {
 
     std::function<void(Args...)> completion() {
         return [this](Args... received) {
+            std::lock_guard<std::mutex> lock(mutex);
             ++calls;
             last = std::make_tuple(received...);
+            changed.notify_all();
         };
     }
     /// The argument at Index of the last call.
@@ -94,25 +100,38 @@ struct Record<std::function<void(Args...)>> {
     /// The error record and the exception: the last two arguments of a completion that ends with both.
     const auto& error() const { return std::get<sizeof...(Args) - 2>(last); }
     std::exception_ptr exception() const { return std::get<sizeof...(Args) - 1>(last); }
+    /// The arguments of the last call, after waiting up to 10 s for a first one.
+    std::tuple<std::decay_t<Args>...> wait() {
+        std::unique_lock<std::mutex> lock(mutex);
+        EXPECT_TRUE(changed.wait_for(lock, std::chrono::seconds(10), [this] { return calls > 0; })) << "no completion";
+        return last;
+    }
+
+private:
+    std::mutex mutex;
+    std::condition_variable changed;
 };
+
+/// Starts an operation, passing it a completion of type Completion, and returns
+/// the arguments of that completion's first call.
+template <typename Completion, typename Start>
+auto awaitCall(const Start& start) {
+    auto record = std::make_shared<Record<Completion>>();  // outlives a call that comes too late
+    start(Completion([record](auto... received) { record->completion()(received...); }));
+    return record->wait();
+}
 
 /// A fresh, empty folder under the system's temporary folder, removed at the end.
 class TemporaryFolder {
 public:
-    TemporaryFolder()
-        : path_(std::filesystem::temp_directory_path() /
-                ("qvc-test-" + std::to_string(::getpid()) + "-" + std::to_string(counter()++))) {
-        std::filesystem::create_directories(path_);
+    TemporaryFolder() : path_((std::filesystem::temp_directory_path() / "qvc-test-XXXXXX").string()) {
+        EXPECT_TRUE(::mkdtemp(path_.data())) << "cannot create " << path_;
     }
     ~TemporaryFolder() { std::filesystem::remove_all(path_); }
-    const std::filesystem::path& path() const { return path_; }
+    std::filesystem::path path() const { return path_; }
 
 private:
-    static int& counter() {
-        static int next = 0;
-        return next;
-    }
-    std::filesystem::path path_;
+    std::string path_;
 };
 
 /// A manager for consumerID in the simulation environment, with the platform's own handler.
@@ -136,8 +155,10 @@ inline std::shared_ptr<QVConsumerManager> makeManager(const std::shared_ptr<QVCS
     return manager;
 }
 
+using Delivery = QVCScriptedWebServiceHandler::Delivery;
+
 /// A fixture with a manager answering in each delivery mode.
-class ManagerTest : public ::testing::TestWithParam<QVCScriptedWebServiceHandler::Delivery> {
+class ManagerTest : public ::testing::TestWithParam<Delivery> {
 protected:
     std::shared_ptr<QVCScriptedWebServiceHandler> handler = std::make_shared<QVCScriptedWebServiceHandler>(GetParam());
     std::shared_ptr<QVConsumerManager> manager = makeManager(handler);
@@ -149,7 +170,7 @@ protected:
     /// Gives the answers in Deferred delivery; nothing to do in Immediate delivery.
     void deliver() { handler->releaseAll(); }
 
-    bool deferred() const { return GetParam() == QVCScriptedWebServiceHandler::Delivery::Deferred; }
+    bool deferred() const { return GetParam() == Delivery::Deferred; }
 
     /// Delivers and checks where an exception raised while an answer is read
     /// ends up: in the completion, called once, in Immediate delivery (the
@@ -163,12 +184,7 @@ protected:
     }
 };
 
-#define QVC_INSTANTIATE_FOR_BOTH_DELIVERIES(Fixture)                                                    \
-    INSTANTIATE_TEST_SUITE_P(BothDeliveries, Fixture,                                                   \
-                             ::testing::Values(QVCScriptedWebServiceHandler::Delivery::Immediate,       \
-                                               QVCScriptedWebServiceHandler::Delivery::Deferred),       \
-                             [](const auto& info) {                                                     \
-                                 return info.param == QVCScriptedWebServiceHandler::Delivery::Immediate \
-                                            ? std::string("Immediate")                                  \
-                                            : std::string("Deferred");                                  \
-                             })
+#define QVC_INSTANTIATE_FOR_BOTH_DELIVERIES(Fixture)                                         \
+    INSTANTIATE_TEST_SUITE_P(                                                                \
+        BothDeliveries, Fixture, ::testing::Values(Delivery::Immediate, Delivery::Deferred), \
+        [](const auto& info) { return info.param == Delivery::Deferred ? "Deferred" : "Immediate"; })

@@ -1,5 +1,3 @@
-#include <gtest/gtest.h>
-
 #include <limits>
 
 #include "QVConsumer/QVCException.h"
@@ -34,12 +32,6 @@ TEST(ObjectText, WritesAnAnswersValuesAsTheSameValuesInMemoryAndNumbersAsDecimal
     for (const auto& [value, text] : numbers) {
         EXPECT_EQ(QVCFormat::number(value), text);
     }
-}
-
-TEST(ObjectText, JoinsPathPartsAndWritesFixedDecimals) {
-    std::optional<std::string> none;
-    EXPECT_EQ(QVCFormat::format("a/", none, "/", QVCJSON(9), "?f=", std::int64_t{7}), "a/(null)/9?f=7");
-    EXPECT_EQ(QVCFormat::decimal(-0.5), "-0.500000");
 }
 
 TEST(IntegerValue, ReadsLeadingDigitsOfText) {
