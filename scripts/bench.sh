@@ -40,7 +40,7 @@ results=$build/results
 load_start=$(cut -d' ' -f1-3 /proc/loadavg)
 
 say "build ($build, Release)"
-cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=Release -DQVC_BUILD_TESTS=OFF -DQVC_BUILD_BENCHMARKS=ON >/dev/null
+cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=Release -DQVC_BUILD_TESTS=OFF -DQVC_BUILD_SERVICE=OFF -DQVC_BUILD_BENCHMARKS=ON >/dev/null
 cmake --build "$build" -j "$jobs" >/dev/null
 
 rm -rf "$data" "$results"

@@ -1,6 +1,7 @@
 #include "service/QVCServiceDocuments.h"
 
 #include <initializer_list>
+#include <vector>
 
 namespace {
 
@@ -163,8 +164,8 @@ const QVCJSON& QVCServiceDocuments::consumerOf(const QVCJSON& request, Variant v
     const bool signUp = variant == Variant::SignUp;
     const QVCJSON* consumer = &request;
     std::string where;
-    for (const char* key : signUp ? std::initializer_list<const char*>{"consumers"}
-                                  : std::initializer_list<const char*>{"consumerRq", "consumers"}) {
+    static const std::vector<const char*> signUpKeys{"consumers"}, updateKeys{"consumerRq", "consumers"};
+    for (const char* key : signUp ? signUpKeys : updateKeys) {
         check(*consumer, where.empty() ? "the document" : where, {{key, Kind::Present}});
         consumer = &consumer->at(key);
         where += where.empty() ? key : std::string(".") + key;
