@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "QVConsumer/QVCBundle.h"
+#include "QVConsumer/QVCConsumerDocument.h"
 #include "QVConsumer/QVCConsumerInfo.h"
 #include "QVConsumer/QVCDocument.h"
 #include "QVConsumer/QVCException.h"
@@ -144,152 +145,12 @@ void QVConsumerManager::authenticateConsumerWithUserName(const std::optional<std
     });
 }
 
-namespace {
-
-/// A record the consumer document is read through: an absent one has no values to write.
-template <typename Record>
-const Record& required(const std::shared_ptr<Record>& record, const std::string& name) {
-    if (!record) {
-        throw QVCException("cannot build the consumer document: " + name + " is absent");
-    }
-    return *record;
-}
-
-/// A text that the sign-up document passes through the platform's null filter
-/// (an absent one goes out as JSON null); the update document needs it present.
-void setText(QVCJSON& object, const std::string& key, const std::optional<std::string>& value, bool signUp) {
-    if (!signUp) {
-        QVCDocument::setObject(object, key, value);
-        return;
-    }
-    const QVCJSON text = value ? QVCJSON(*value) : QVCJSON();
-    object[key] = QVCUtility::getNonNullValue(value ? &text : nullptr);
-}
-
-/// The id of an existing row: written only by the update document.
-void setRowId(QVCJSON& object, const std::string& key, const std::optional<std::string>& value, bool signUp) {
-    if (!signUp) {
-        QVCDocument::setObject(object, key, value);
-    }
-}
-
-/// A type code: the constant "1" at sign-up, the record's own code at update.
-void setTypeCode(QVCJSON& object, const std::string& key, const std::optional<std::string>& value, bool signUp) {
-    if (signUp) {
-        object[key] = "1";
-    } else {
-        QVCDocument::setObject(object, key, value);
-    }
-}
-
-/// A code list, numbers and texts as the record holds them; an absent list cannot be written.
-void setCodes(QVCJSON& object, const std::string& key, const std::optional<std::vector<QVCJSON>>& codes) {
-    QVCDocument::setObject(object, key, codes ? std::optional<QVCJSON>(QVCJSON(*codes)) : std::nullopt);
-}
-
-const char* yesNo(bool value) {
-    return value ? "Y" : "N";
-}
-
-const char* oneZero(bool value) {
-    return value ? "1" : "0";
-}
-
-QVCJSON listOfOne(QVCJSON element) {
-    QVCJSON list = QVCJSON::array();
-    list.push_back(std::move(element));
-    return list;
-}
-
-/// The consumer object shared by the sign-up and the update document; signUp
-/// selects the variant's keys and conversions.
-QVCJSON consumerObject(const QVConsumerManager& manager, const std::shared_ptr<QVCConsumerInfo>& info, bool signUp) {
-    const QVCConsumerInfo& consumer = required(info, "the consumer record");
-    const QVCPersonalInfo& person = required(consumer.personalInfo, "personalInfo");
-    const QVCContactInfo& contact = required(person.contactInfo, "personalInfo.contactInfo");
-    const QVCAddress& addressInfo = required(contact.addressInfo, "personalInfo.contactInfo.addressInfo");
-    const QVCEmail& emailInfo = required(contact.emailInfo, "personalInfo.contactInfo.emailInfo");
-    const QVCPhone& phoneInfo = required(contact.phoneInfo, "personalInfo.contactInfo.phoneInfo");
-    const QVCPreference& preference = required(consumer.preference, "preference");
-    const auto companyInfo = manager.companyInfo();
-    const std::int64_t companyID = required(companyInfo, "the manager's company information").companyID;
-
-    QVCJSON address = QVCJSON::object();
-    setRowId(address, "addressId", addressInfo.addressId, signUp);
-    setText(address, "addressLine1", addressInfo.line1, signUp);
-    setText(address, "addressLine2", addressInfo.line2, signUp);
-    setText(address, "addressLine3", addressInfo.line3, signUp);
-    setText(address, "city", addressInfo.city, signUp);
-    setText(address, "postalCode", addressInfo.postalCode, signUp);
-    setText(address, "stateCode", addressInfo.stateCode, signUp);
-    setText(address, "countryCode", addressInfo.countryCode, signUp);
-    setTypeCode(address, "addressTypeCode", addressInfo.addressTypeCode, signUp);
-
-    QVCJSON email = QVCJSON::object();
-    setRowId(email, "emailAddressId", emailInfo.addressId, signUp);
-    setText(email, "emailAddress", emailInfo.address, signUp);
-    email["confirmedFlag"] = yesNo(emailInfo.confirmedEmail);
-    setTypeCode(email, "emailAddressTypeCode", emailInfo.addressTypeCode, signUp);
-
-    // The service spells the phone's type code key with a lower-case "n".
-    QVCJSON phone = QVCJSON::object();
-    setRowId(phone, "phoneNumberId", phoneInfo.phoneId, signUp);
-    setText(phone, "phoneNumber", phoneInfo.number, signUp);
-    phone["confirmedFlag"] = yesNo(phoneInfo.confirmedPhone);
-    setTypeCode(phone, "phonenumberTypeCode", phoneInfo.phoneTypeCode, signUp);
-
-    QVCJSON contactObject = QVCJSON::object();
-    setRowId(contactObject, "contactId", contact.contactId, signUp);
-    QVCDocument::setObject(contactObject, "firstName", consumer.firstName);
-    QVCDocument::setObject(contactObject, "lastName", consumer.lastName);
-    setText(contactObject, "middleName", consumer.middleName, signUp);
-    contactObject["preferenceTypeCode"] = preference.preferenceTypeCode;
-    setText(contactObject, "suffix", consumer.suffix, signUp);
-    setTypeCode(contactObject, "contactTypeCode", contact.contactTypeCode, signUp);
-    contactObject["address"] = listOfOne(std::move(address));
-    contactObject["email"] = listOfOne(std::move(email));
-    contactObject["phone"] = listOfOne(std::move(phone));
-
-    QVCJSON object = QVCJSON::object();
-    setText(object, "userId", person.consumerName, signUp);
-    if (!signUp) {
-        QVCDocument::setObject(object, "consumerId", manager.consumerID());
-    }
-    // A number at sign-up, decimal text at update: the service expects each so.
-    object["quorvexId"] = signUp ? QVCJSON(companyID) : QVCJSON(QVCFormat::integer(companyID));
-    QVCDocument::setObject(object, "genderTypeCode", person.genderTypeCode);
-    setText(object, "consumerTypeCode", consumer.consumerTypeCode, signUp);
-    QVCDocument::setObject(object, "maritalStatusTypeCode", person.maritalStatusTypeCode);
-    QVCDocument::setObject(object, "occupationTypeCode", person.occupationTypeCode);
-    setText(object, "occupationOther", person.occupationOther, signUp);
-    QVCDocument::setObject(object, "incomeRangeTypeCode", person.incomeRangeTypeCode);
-    QVCDocument::setObject(object, "educationTypeCode", person.educationTypeCode);
-    QVCDocument::setObject(object, "birthMonthDay", person.dateOfBirth);
-    QVCDocument::setObject(object, "ageRangeTypeCode", person.ageRangeTypeCode);
-    setText(object, "accountStatusCode", consumer.accountStatusCode, signUp);
-    // The update always sends a lower-case "y", whatever the record holds.
-    object["activeFlag"] = signUp ? yesNo(consumer.activeAccount) : "y";
-    object["preferEmailFlag"] = oneZero(preference.preferEmailFlag);
-    object["preferSmsFlag"] = oneZero(preference.preferSmsFlag);
-    object["preferAppFlag"] = oneZero(preference.preferAppFlag);
-    setCodes(object, "consumerGroupCodes", consumer.consumerGroupCodes);
-    if (signUp) {
-        setCodes(object, "merchantCategoryCodes", consumer.merchantTypes);
-    }
-    object["lockedDate"] = "";
-    object["expiresDate"] = "";
-    object["contactList"] = listOfOne(std::move(contactObject));
-    return object;
-}
-
-}  // namespace
-
 QVCJSON QVConsumerManager::signUpDocument(const std::shared_ptr<QVCConsumerInfo>& info) const {
-    return QVCJSON{{"consumers", consumerObject(*this, info, true)}};
+    return QVCConsumerDocument::signUp(info, companyInfo());
 }
 
 QVCJSON QVConsumerManager::updateDocument(const std::shared_ptr<QVCConsumerInfo>& info) const {
-    return QVCJSON{{"consumerRq", {{"consumers", consumerObject(*this, info, false)}}}};
+    return QVCConsumerDocument::update(info, companyInfo(), consumerID());
 }
 
 void QVConsumerManager::signUpNewUserWithDetails(std::shared_ptr<QVCConsumerInfo> info, ConsumerCompletion completion) {
