@@ -1,6 +1,5 @@
 #include "QVConsumer/QVConsumerManager.h"
 
-#include <ctime>
 #include <tuple>
 #include <type_traits>
 #include <utility>
@@ -231,65 +230,6 @@ namespace {
 
 const char* const offersPath = "lqsapi/consumers/v1/consumers/";
 
-/// The length of the white-space character that starts at position, 0 when
-/// none does: the ASCII blanks (space, tab, line feed, vertical tab, form
-/// feed, carriage return) and, in UTF-8, the Unicode white space (next line,
-/// no-break space, ogham space, the spaces U+2000 to U+200A, the line and
-/// paragraph separators, narrow no-break, medium mathematical and ideographic space).
-std::size_t whiteSpaceLength(const std::string& text, std::size_t position) {
-    auto byte = [&](std::size_t offset) {
-        return position + offset < text.size() ? static_cast<unsigned char>(text[position + offset]) : 0U;
-    };
-    const unsigned first = byte(0);
-    if (first == ' ' || (first >= '\t' && first <= '\r')) {
-        return 1;
-    }
-    const unsigned second = byte(1);
-    const unsigned third = byte(2);
-    if (first == 0xC2 && (second == 0x85 || second == 0xA0)) {
-        return 2;
-    }
-    if (first == 0xE1 && second == 0x9A && third == 0x80) {
-        return 3;
-    }
-    if (first == 0xE2 && second == 0x80 && (third <= 0x8A || third == 0xA8 || third == 0xA9 || third == 0xAF)) {
-        return 3;
-    }
-    if ((first == 0xE2 && second == 0x81 && third == 0x9F) || (first == 0xE3 && second == 0x80 && third == 0x80)) {
-        return 3;
-    }
-    return 0;
-}
-
-/// The code with every white-space character removed, wherever it stands; none stays none.
-std::optional<std::string> removingWhiteSpace(const std::optional<std::string>& code) {
-    if (!code) {
-        return std::nullopt;
-    }
-    std::string cleaned;
-    for (std::size_t position = 0; position < code->size();) {
-        const std::size_t blank = whiteSpaceLength(*code, position);
-        if (blank > 0) {
-            position += blank;
-        } else {
-            cleaned.push_back((*code)[position++]);
-        }
-    }
-    return cleaned;
-}
-
-/// "MM/dd/yyyy hh:mm a" in the current local time zone (TZ is read again on
-/// every call): a 12-hour clock with the day-period marker.
-std::string transactionDateTime(std::chrono::system_clock::time_point now) {
-    const std::time_t seconds = std::chrono::system_clock::to_time_t(now);
-    std::tm local{};
-    ::tzset();
-    localtime_r(&seconds, &local);
-    char text[64];
-    const std::size_t length = std::strftime(text, sizeof text, "%m/%d/%Y %I:%M %p", &local);
-    return std::string(text, length);
-}
-
 /// The sub-records the offer checks read; a missing one reads as absent texts.
 const OfferRules* rulesOf(const QVCOffer* offer) {
     return offer && offer->offerDetails ? offer->offerDetails->rule.get() : nullptr;
@@ -357,7 +297,7 @@ void QVConsumerManager::getOfferDetailsWithOfferID(const std::optional<QVCJSON>&
 void QVConsumerManager::getOfferWithOfferCode(const std::optional<std::string>& offerCode, OfferCompletion completion) {
     perform(std::move(completion), [&](const OfferCompletion& done) {
         std::string path =
-            QVCFormat::format(offersPath, consumerID(), "/offers?offerCode=", removingWhiteSpace(offerCode));
+            QVCFormat::format(offersPath, consumerID(), "/offers?offerCode=", QVCFormat::removingWhiteSpace(offerCode));
         request(path, 0, std::nullopt, [done](const QVCResponse& response) {
             const auto body = response.body();
             if (!body || !body->is_array()) {
@@ -481,7 +421,7 @@ void QVConsumerManager::redeemOfferWithAmount(const std::optional<QVCJSON>& amou
             // The service's own code for the offer, not the one the shopper typed.
             QVCDocument::setObject(body, "offerCode", offer->offerCode);
             body["referenceId"] = *referenceID;
-            body["transactionDateTime"] = transactionDateTime(self->now());
+            body["transactionDateTime"] = QVCFormat::transactionDateTime(self->now());
             self->request(path, 1, std::move(body), [done](const QVCResponse& response) {
                 if (response.error()) {
                     done(std::nullopt, response.error(), nullptr);
