@@ -12,6 +12,10 @@ extern const char* const _retrieveLoyaltyInfo;
 extern const char* const _saveConsumerService;
 extern const char* const _changePasswordService;
 extern const char* const _forgetPasswordService;
+/// Followed by the consumer id and "/offers...": the offer queries and redemption.
+extern const char* const QVCConsumerOffersPath;
+/// Followed by the consumer id and "/device": push registration.
+extern const char* const QVCConsumerDevicePath;
 
 // Key names of the product documents.
 extern const char* const QVCHelperAPIProductId;

@@ -94,12 +94,12 @@ std::chrono::system_clock::time_point QVConsumerManager::now() const {
 void QVConsumerManager::setPushDeviceToken(const std::optional<QVCJSON>& token, PushCompletion completion) {
     QVCoreCP::setPushDeviceToken(token);
     perform(std::move(completion), [&](const PushCompletion& done) {
-        std::string path = QVCFormat::format("lqsapi/consumers/v1/consumer/", consumerID(), "/device");
+        std::string path = QVCFormat::format(QVCConsumerDevicePath, consumerID(), "/device");
         QVCJSON body = QVCJSON::object();
         QVCDocument::setObject(body, "deviceToken", token);
         body["deviceType"] = "iOS";
         body["en_Push"] = 1;
-        request(path, 1, std::move(body), [done](const QVCResponse& response) {
+        request(path, QVCHTTPMethodPost, std::move(body), [done](const QVCResponse& response) {
             if (response.error()) {
                 done(false, response.error(), nullptr);
             } else {
@@ -118,29 +118,30 @@ void QVConsumerManager::authenticateConsumerWithUserName(const std::optional<std
             throw QVCException("cannot build the authentication path: the user name is absent");
         }
         std::string path = QVCFormat::format(_loginService, *userName, "/authenticate");
-        request(path, 0, std::nullopt, [self = shared_from_this(), done, userName](const QVCResponse& response) {
-            const auto consumers = response.objectForKey("consumers");
-            if (consumers && consumers->is_array()) {
-                const QVCReader first = QVCReader(*response.body(), "the answer").first("consumers");
-                auto consumer = QVCConsumerInfo::initWithResponse(*first.value());
-                consumer->personalInfo->consumerName = userName;
-                // A refusal of the id reports the answer's own error (often none), not the platform's.
-                auto answerError = response.error();
-                self->setConsumerID(QVCFormat::integer(consumer->consumerID),
-                                    [done, consumer, answerError](bool success, Error, std::exception_ptr) {
-                                        if (success) {
-                                            done(consumer, nullptr, nullptr);
-                                        } else {
-                                            done(nullptr, answerError, nullptr);
-                                        }
-                                    });
-            } else if (const auto code = response.objectForKey("httpResponseCode")) {
-                auto error = QVCErrorResponse::initWithErrorMessages({QVCFormat::object(*code)});
-                done(nullptr, error, nullptr);
-            } else {
-                done(nullptr, response.error(), nullptr);
-            }
-        });
+        request(path, QVCHTTPMethodGet, std::nullopt,
+                [self = shared_from_this(), done, userName](const QVCResponse& response) {
+                    const auto consumers = response.objectForKey("consumers");
+                    if (consumers && consumers->is_array()) {
+                        const QVCReader first = QVCReader(*response.body(), "the answer").first("consumers");
+                        auto consumer = QVCConsumerInfo::initWithResponse(*first.value());
+                        consumer->personalInfo->consumerName = userName;
+                        // A refusal of the id reports the answer's own error (often none), not the platform's.
+                        auto answerError = response.error();
+                        self->setConsumerID(QVCFormat::integer(consumer->consumerID),
+                                            [done, consumer, answerError](bool success, Error, std::exception_ptr) {
+                                                if (success) {
+                                                    done(consumer, nullptr, nullptr);
+                                                } else {
+                                                    done(nullptr, answerError, nullptr);
+                                                }
+                                            });
+                    } else if (const auto code = response.objectForKey("httpResponseCode")) {
+                        auto error = QVCErrorResponse::initWithErrorMessages({QVCFormat::object(*code)});
+                        done(nullptr, error, nullptr);
+                    } else {
+                        done(nullptr, response.error(), nullptr);
+                    }
+                });
     });
 }
 
@@ -164,7 +165,7 @@ void QVConsumerManager::updateConsumerProfile(std::shared_ptr<QVCConsumerInfo> i
 
 void QVConsumerManager::sendConsumerDocument(QVCJSON document, std::shared_ptr<QVCConsumerInfo> info,
                                              const ConsumerCompletion& done) {
-    request(_registerAppConsumerService, 1, std::move(document),
+    request(_registerAppConsumerService, QVCHTTPMethodPost, std::move(document),
             [self = shared_from_this(), done, info](const QVCResponse& response) {
                 const auto consumer = response.objectForKey("consumers");
                 if (!consumer || !consumer->is_object()) {
@@ -190,7 +191,7 @@ void QVConsumerManager::sendConsumerDocument(QVCJSON document, std::shared_ptr<Q
 void QVConsumerManager::retrieveLoyaltyInfo(LoyaltyCompletion completion) {
     perform(std::move(completion), [&](const LoyaltyCompletion& done) {
         std::string path = QVCFormat::format(_retrieveLoyaltyInfo, consumerID(), "/", "balance", "/", "loyalty");
-        request(path, 0, std::nullopt, [self = shared_from_this(), done](const QVCResponse& response) {
+        request(path, QVCHTTPMethodGet, std::nullopt, [self = shared_from_this(), done](const QVCResponse& response) {
             const auto entries = response.objectForKey("consumerRs");
             if (!entries || !entries->is_array()) {
                 done(0, std::nullopt, response.error(), nullptr);
@@ -213,7 +214,7 @@ void QVConsumerManager::retrieveLoyaltyInfo(LoyaltyCompletion completion) {
 
 void QVConsumerManager::getMasterDataWithCompletionWithCompletion(MasterDataCompletion completion) {
     perform(std::move(completion), [&](const MasterDataCompletion& done) {
-        request(_getMasterData, 0, std::nullopt, [done](const QVCResponse& response) {
+        request(_getMasterData, QVCHTTPMethodGet, std::nullopt, [done](const QVCResponse& response) {
             const auto document = response.objectForKey("consumerRs");
             if (document && document->is_object()) {
                 // Not guarded here: a malformed document's exception reaches the
@@ -227,8 +228,6 @@ void QVConsumerManager::getMasterDataWithCompletionWithCompletion(MasterDataComp
 }
 
 namespace {
-
-const char* const offersPath = "lqsapi/consumers/v1/consumers/";
 
 /// The sub-records the offer checks read; a missing one reads as absent texts.
 const OfferRules* rulesOf(const QVCOffer* offer) {
@@ -258,9 +257,9 @@ bool offerAppliesToProduct(const QVCOffer* offer, std::int64_t productId) {
 void QVConsumerManager::getAllOffersWithCompletionHandler(OffersCompletion completion) {
     perform(std::move(completion), [&](const OffersCompletion& done) {
         auto facility = facilityInfo();
-        std::string path = QVCFormat::format(offersPath, consumerID(),
+        std::string path = QVCFormat::format(QVCConsumerOffersPath, consumerID(),
                                              "/offers?facilityId=", facility ? facility->facilityID : std::int64_t{0});
-        request(path, 0, std::nullopt, [done](const QVCResponse& response) {
+        request(path, QVCHTTPMethodGet, std::nullopt, [done](const QVCResponse& response) {
             const auto body = response.body();
             if (!body || !body->is_array()) {
                 done(std::nullopt, response.error(), nullptr);
@@ -283,8 +282,8 @@ void QVConsumerManager::getAllOffersWithCompletionHandler(OffersCompletion compl
 
 void QVConsumerManager::getOfferDetailsWithOfferID(const std::optional<QVCJSON>& offerID, OfferCompletion completion) {
     perform(std::move(completion), [&](const OfferCompletion& done) {
-        std::string path = QVCFormat::format(offersPath, consumerID(), "/offers/", offerID);
-        request(path, 0, std::nullopt, [done](const QVCResponse& response) {
+        std::string path = QVCFormat::format(QVCConsumerOffersPath, consumerID(), "/offers/", offerID);
+        request(path, QVCHTTPMethodGet, std::nullopt, [done](const QVCResponse& response) {
             const auto body = response.body();
             // An answer that is not one offer document is not reported at all.
             if (body && body->is_object()) {
@@ -296,9 +295,9 @@ void QVConsumerManager::getOfferDetailsWithOfferID(const std::optional<QVCJSON>&
 
 void QVConsumerManager::getOfferWithOfferCode(const std::optional<std::string>& offerCode, OfferCompletion completion) {
     perform(std::move(completion), [&](const OfferCompletion& done) {
-        std::string path =
-            QVCFormat::format(offersPath, consumerID(), "/offers?offerCode=", QVCFormat::removingWhiteSpace(offerCode));
-        request(path, 0, std::nullopt, [done](const QVCResponse& response) {
+        std::string path = QVCFormat::format(QVCConsumerOffersPath, consumerID(),
+                                             "/offers?offerCode=", QVCFormat::removingWhiteSpace(offerCode));
+        request(path, QVCHTTPMethodGet, std::nullopt, [done](const QVCResponse& response) {
             const auto body = response.body();
             if (!body || !body->is_array()) {
                 done(nullptr, response.error(), nullptr);
@@ -414,15 +413,15 @@ void QVConsumerManager::redeemOfferWithAmount(const std::optional<QVCJSON>& amou
                 }
                 return;
             }
-            std::string path =
-                QVCFormat::format(offersPath, self->consumerID(), "/offers/", offer->consumerOfferId, "/redeems");
+            std::string path = QVCFormat::format(QVCConsumerOffersPath, self->consumerID(), "/offers/",
+                                                 offer->consumerOfferId, "/redeems");
             QVCJSON body = QVCJSON::object();
             body["amount"] = *amount;
             // The service's own code for the offer, not the one the shopper typed.
             QVCDocument::setObject(body, "offerCode", offer->offerCode);
             body["referenceId"] = *referenceID;
             body["transactionDateTime"] = QVCFormat::transactionDateTime(self->now());
-            self->request(path, 1, std::move(body), [done](const QVCResponse& response) {
+            self->request(path, QVCHTTPMethodPost, std::move(body), [done](const QVCResponse& response) {
                 if (response.error()) {
                     done(std::nullopt, response.error(), nullptr);
                 } else {

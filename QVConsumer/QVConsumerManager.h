@@ -160,7 +160,7 @@ private:
     void perform(std::function<void(Args...)> completion, const Body& body);
 
     /// Issues one request through the platform's web service handler, with the
-    /// arguments every operation shares. httpMethod 0 reads, 1 sends body.
+    /// arguments every operation shares: QVCHTTPMethodGet reads, QVCHTTPMethodPost sends body.
     void request(const std::string& path, std::int64_t httpMethod, std::optional<QVCJSON> body,
                  QVCResponseCompletion answer);
 

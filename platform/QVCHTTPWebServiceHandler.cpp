@@ -531,13 +531,13 @@ void QVCHTTPWebServiceHandler::requestWithPath(const std::string& path, std::int
                                                const std::optional<QVCJSON>& body, std::int64_t,
                                                const std::optional<std::string>&, QVCResponseCompletion completion) {
     auto transfer = std::make_unique<Transfer>();
-    transfer->method = httpMethod == 0 ? "GET" : httpMethod == 1 ? "POST" : "method " + std::to_string(httpMethod);
+    transfer->method = QVCHTTPMethodName(httpMethod);
     transfer->path = path;
     transfer->completion = std::move(completion);
     transfer->deadline = Clock::now() + engine_->configuration.requestBudget();
     if (engine_->refusal) {
         transfer->ready = failure(*transfer, *engine_->refusal, Kind::General);
-    } else if (httpMethod != 0 && httpMethod != 1) {
+    } else if (httpMethod != QVCHTTPMethodGet && httpMethod != QVCHTTPMethodPost) {
         transfer->ready = failure(*transfer, "unknown httpMethod (0 reads, 1 sends)", Kind::General);
     } else if (auto checked = QVCRequestShapes::check(transfer->method, path); !checked.target) {
         transfer->path = checked.shape;  // the refused path is not repeated, not even on cancellation
@@ -547,7 +547,7 @@ void QVCHTTPWebServiceHandler::requestWithPath(const std::string& path, std::int
         transfer->headerLines = {"Accept: application/json", "Expect:"};
         transfer->headerLines.insert(transfer->headerLines.end(), engine_->credentialLines.begin(),
                                      engine_->credentialLines.end());
-        if (httpMethod == 1) {
+        if (httpMethod == QVCHTTPMethodPost) {
             transfer->headerLines.emplace_back("Content-Type: application/json");
             transfer->bodyText = body ? body->dump(-1, ' ', false, QVCJSON::error_handler_t::replace) : "{}";
         }
