@@ -5,7 +5,7 @@
 
 #include "QVConsumer/QVConsumerManager.h"
 #include "platform/QVCEnvironment.h"
-#include "platform/QVCScriptedWebServiceHandler.h"
+#include "testkit/QVCScriptedWebServiceHandler.h"
 
 int main() {
     auto company = std::make_shared<QVCCompanyInfo>();

@@ -42,6 +42,3 @@ private:
     Kind kind_;
     std::optional<int> httpStatus_;
 };
-
-/// The name of an error kind, for logs and diagnostics ("transport", "timeout", ...).
-const char* QVCErrorKindName(QVCErrorResponse::Kind kind);

@@ -3,8 +3,8 @@
 #include <stdexcept>
 
 #include "TestSupport.h"
-#include "platform/QVCScriptedWebServiceHandler.h"
 #include "platform/QVCUtility.h"
+#include "testkit/QVCScriptedWebServiceHandler.h"
 
 namespace {
 
