@@ -307,41 +307,49 @@ struct QVCHTTPWebServiceHandler::Engine {
 
     /// The answer to a finished attempt, and whether another attempt may help.
     std::pair<QVCResponse, bool> outcome(Transfer& t, CURLcode result) {
+        return result == CURLE_OK ? answerOutcome(t) : transferOutcome(t, result);
+    }
+
+    /// An attempt that received an answer: the answer, or the error its status
+    /// or its text makes; a GET may be tried again after a transient status.
+    std::pair<QVCResponse, bool> answerOutcome(Transfer& t) {
         long status = 0;
         curl_easy_getinfo(t.easy, CURLINFO_RESPONSE_CODE, &status);
+        const bool success = status >= 200 && status < 300;
+        std::shared_ptr<const QVCAnswerDocument> body;
+        std::string parseError;
+        if (!t.received.empty()) {
+            // A successful answer's text is not needed once parsed; an error's may explain itself.
+            auto parsed = QVCAnswerDocument::parse(success ? std::move(t.received) : t.received);
+            body = std::move(parsed.document);
+            parseError = std::move(parsed.error);
+        }
+        if (success) {
+            if (!parseError.empty()) {
+                return {failure(t, "answer is not JSON (" + parseError + ")", Kind::Transport, static_cast<int>(status),
+                                nullptr, t.answerHeaders),
+                        false};
+            }
+            return {QVCResponse(std::move(body), t.answerHeaders, nullptr), false};
+        }
+        std::string message = "the service answered with status " + std::to_string(status);
+        std::string says = serviceMessage(body, t.received);
+        if (!says.empty()) {
+            message += ": " + says;
+        }
+        bool transient = status == 429 || status == 502 || status == 503 || status == 504;
+        return {failure(t, message, Kind::HTTPStatus, static_cast<int>(status), std::move(body), t.answerHeaders),
+                t.method == "GET" && transient};
+    }
+
+    /// An attempt that ended without an answer: the error, and whether another
+    /// attempt may help (never for a POST that may have reached the service).
+    std::pair<QVCResponse, bool> transferOutcome(Transfer& t, CURLcode result) {
         curl_off_t pretransfer = 0;
         curl_easy_getinfo(t.easy, CURLINFO_PRETRANSFER_TIME_T, &pretransfer);
         bool get = t.method == "GET";
         bool mayHaveBeenSent = pretransfer > 0;
         std::string detail = t.errorText[0] ? t.errorText : curl_easy_strerror(result);
-
-        if (result == CURLE_OK) {
-            const bool success = status >= 200 && status < 300;
-            std::shared_ptr<const QVCAnswerDocument> body;
-            std::string parseError;
-            if (!t.received.empty()) {
-                // A successful answer's text is not needed once parsed; an error's may explain itself.
-                auto parsed = QVCAnswerDocument::parse(success ? std::move(t.received) : t.received);
-                body = std::move(parsed.document);
-                parseError = std::move(parsed.error);
-            }
-            if (success) {
-                if (!parseError.empty()) {
-                    return {failure(t, "answer is not JSON (" + parseError + ")", Kind::Transport,
-                                    static_cast<int>(status), nullptr, t.answerHeaders),
-                            false};
-                }
-                return {QVCResponse(std::move(body), t.answerHeaders, nullptr), false};
-            }
-            std::string message = "the service answered with status " + std::to_string(status);
-            std::string says = serviceMessage(body, t.received);
-            if (!says.empty()) {
-                message += ": " + says;
-            }
-            bool transient = status == 429 || status == 502 || status == 503 || status == 504;
-            return {failure(t, message, Kind::HTTPStatus, static_cast<int>(status), std::move(body), t.answerHeaders),
-                    get && transient};
-        }
         if (t.tooLarge || result == CURLE_FILESIZE_EXCEEDED) {
             return {failure(t, "answer larger than " + std::to_string(configuration.maxAnswerBytes) + " bytes",
                             Kind::Transport),
@@ -379,26 +387,29 @@ struct QVCHTTPWebServiceHandler::Engine {
             }
             return {failure(t, "the connection was lost (" + detail + ")", Kind::Transport), true};
         }
+        return {certificateFailure(t, result, detail), false};
+    }
+
+    /// A failure that no other attempt mends; the certificate failures say what to check.
+    QVCResponse certificateFailure(const Transfer& t, CURLcode result, const std::string& detail) const {
         std::string caBundle = std::string("caBundlePath (") + QVCPlatformConfiguration::caBundleVariable + ")";
         if (result == CURLE_PEER_FAILED_VERIFICATION) {
-            return {failure(t,
-                            "the service's certificate could not be verified (" + detail +
-                                "): check that the service root URL names a host the certificate is made for, "
-                                "and if the certificate authority that signed it is not one this system trusts, "
-                                "set " +
-                                caBundle + " to a PEM file holding it",
-                            Kind::Transport),
-                    false};
+            return failure(t,
+                           "the service's certificate could not be verified (" + detail +
+                               "): check that the service root URL names a host the certificate is made for, "
+                               "and if the certificate authority that signed it is not one this system trusts, "
+                               "set " +
+                               caBundle + " to a PEM file holding it",
+                           Kind::Transport);
         }
         if (result == CURLE_SSL_CACERT_BADFILE) {
-            return {failure(t,
-                            "the certificate authorities could not be read from " +
-                                configuration.caBundlePath.value_or("the system's store") + " (" + detail + "): set " +
-                                caBundle + " to a readable PEM file",
-                            Kind::Transport),
-                    false};
+            return failure(t,
+                           "the certificate authorities could not be read from " +
+                               configuration.caBundlePath.value_or("the system's store") + " (" + detail + "): set " +
+                               caBundle + " to a readable PEM file",
+                           Kind::Transport);
         }
-        return {failure(t, detail, Kind::Transport), false};
+        return failure(t, detail, Kind::Transport);
     }
 
     void finish(CURL* easy, CURLcode result) {
