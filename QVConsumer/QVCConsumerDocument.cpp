@@ -80,6 +80,11 @@ private:
         }
     }
 
+    /// An e-mail or phone row: its id, its value, whether it is confirmed, its type code.
+    QVCJSON confirmedRow(const char* idKey, const std::optional<std::string>& id, const char* valueKey,
+                         const std::optional<std::string>& value, bool confirmed, const char* typeKey,
+                         const std::optional<std::string>& typeCode) const;
+
     const QVCConsumerInfo& consumer_;
     const bool signUp_;
 };
@@ -98,23 +103,26 @@ QVCJSON Writer::address(const QVCAddress& info) const {
     return object;
 }
 
-QVCJSON Writer::email(const QVCEmail& info) const {
+QVCJSON Writer::confirmedRow(const char* idKey, const std::optional<std::string>& id, const char* valueKey,
+                             const std::optional<std::string>& value, bool confirmed, const char* typeKey,
+                             const std::optional<std::string>& typeCode) const {
     QVCJSON object = QVCJSON::object();
-    setRowId(object, "emailAddressId", info.addressId);
-    setText(object, "emailAddress", info.address);
-    object["confirmedFlag"] = yesNo(info.confirmedEmail);
-    setTypeCode(object, "emailAddressTypeCode", info.addressTypeCode);
+    setRowId(object, idKey, id);
+    setText(object, valueKey, value);
+    object["confirmedFlag"] = yesNo(confirmed);
+    setTypeCode(object, typeKey, typeCode);
     return object;
+}
+
+QVCJSON Writer::email(const QVCEmail& info) const {
+    return confirmedRow("emailAddressId", info.addressId, "emailAddress", info.address, info.confirmedEmail,
+                        "emailAddressTypeCode", info.addressTypeCode);
 }
 
 QVCJSON Writer::phone(const QVCPhone& info) const {
     // The service spells the phone's type code key with a lower-case "n".
-    QVCJSON object = QVCJSON::object();
-    setRowId(object, "phoneNumberId", info.phoneId);
-    setText(object, "phoneNumber", info.number);
-    object["confirmedFlag"] = yesNo(info.confirmedPhone);
-    setTypeCode(object, "phonenumberTypeCode", info.phoneTypeCode);
-    return object;
+    return confirmedRow("phoneNumberId", info.phoneId, "phoneNumber", info.number, info.confirmedPhone,
+                        "phonenumberTypeCode", info.phoneTypeCode);
 }
 
 QVCJSON Writer::contact(const QVCContactInfo& info, const QVCPreference& preference, QVCJSON address, QVCJSON email,
