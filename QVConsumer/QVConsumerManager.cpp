@@ -120,29 +120,34 @@ void QVConsumerManager::authenticateConsumerWithUserName(const std::optional<std
         std::string path = QVCFormat::format(_loginService, *userName, "/authenticate");
         request(path, QVCHTTPMethodGet, std::nullopt,
                 [self = shared_from_this(), done, userName](const QVCResponse& response) {
-                    const auto consumers = response.objectForKey("consumers");
-                    if (consumers && consumers->is_array()) {
-                        const QVCReader first = QVCReader(*response.body(), "the answer").first("consumers");
-                        auto consumer = QVCConsumerInfo::initWithResponse(*first.value());
-                        consumer->personalInfo->consumerName = userName;
-                        // A refusal of the id reports the answer's own error (often none), not the platform's.
-                        auto answerError = response.error();
-                        self->setConsumerID(QVCFormat::integer(consumer->consumerID),
-                                            [done, consumer, answerError](bool success, Error, std::exception_ptr) {
-                                                if (success) {
-                                                    done(consumer, nullptr, nullptr);
-                                                } else {
-                                                    done(nullptr, answerError, nullptr);
-                                                }
-                                            });
-                    } else if (const auto code = response.objectForKey("httpResponseCode")) {
-                        auto error = QVCErrorResponse::initWithErrorMessages({QVCFormat::object(*code)});
-                        done(nullptr, error, nullptr);
-                    } else {
-                        done(nullptr, response.error(), nullptr);
-                    }
+                    self->authenticated(response, userName, done);
                 });
     });
+}
+
+void QVConsumerManager::authenticated(const QVCResponse& response, const std::optional<std::string>& userName,
+                                      const ConsumerCompletion& done) {
+    const auto consumers = response.objectForKey("consumers");
+    if (consumers && consumers->is_array()) {
+        const QVCReader first = QVCReader(*response.body(), "the answer").first("consumers");
+        auto consumer = QVCConsumerInfo::initWithResponse(*first.value());
+        consumer->personalInfo->consumerName = userName;
+        // A refusal of the id reports the answer's own error (often none), not the platform's.
+        auto answerError = response.error();
+        setConsumerID(QVCFormat::integer(consumer->consumerID),
+                      [done, consumer, answerError](bool success, Error, std::exception_ptr) {
+                          if (success) {
+                              done(consumer, nullptr, nullptr);
+                          } else {
+                              done(nullptr, answerError, nullptr);
+                          }
+                      });
+    } else if (const auto code = response.objectForKey("httpResponseCode")) {
+        auto error = QVCErrorResponse::initWithErrorMessages({QVCFormat::object(*code)});
+        done(nullptr, error, nullptr);
+    } else {
+        done(nullptr, response.error(), nullptr);
+    }
 }
 
 QVCJSON QVConsumerManager::signUpDocument(const std::shared_ptr<QVCConsumerInfo>& info) const {

@@ -164,6 +164,11 @@ private:
     void request(const std::string& path, std::int64_t httpMethod, std::optional<QVCJSON> body,
                  QVCResponseCompletion answer);
 
+    /// The answer to an authentication: on a "consumers" list makes the id of
+    /// its first consumer current and hands that consumer back, named userName.
+    void authenticated(const QVCResponse& response, const std::optional<std::string>& userName,
+                       const ConsumerCompletion& done);
+
     /// Sends a consumer request document; on an answer holding a "consumers"
     /// object makes its "consumerId" current and hands info back with that id.
     void sendConsumerDocument(QVCJSON document, std::shared_ptr<QVCConsumerInfo> info, const ConsumerCompletion& done);
