@@ -19,6 +19,35 @@ std::int64_t identityToken(const std::optional<std::string>& json) {
     return static_cast<std::int64_t>((hash & ((std::uint64_t{1} << 62) - 1)) | (std::uint64_t{1} << 62));
 }
 
+/// The first contact's own codes and the first address, e-mail and phone.
+void readContact(const QVCReader& contact, QVCContactInfo& contactInfo) {
+    contactInfo.contactTypeCode = contact.formatted("contactTypeCode");
+    contactInfo.contactId = contact.formatted("contactId");
+
+    const QVCReader address = contact.first("address");
+    const auto& addressInfo = contactInfo.addressInfo;
+    addressInfo->addressId = address.formatted("addressId");
+    addressInfo->line1 = address.text("addressLine1");
+    addressInfo->line2 = address.text("addressLine2");
+    addressInfo->line3 = address.text("addressLine3");
+    addressInfo->city = address.text("city");
+    addressInfo->postalCode = address.text("postalCode");
+    addressInfo->stateCode = address.text("stateCode");
+    addressInfo->countryCode = address.text("countryCode");
+
+    const QVCReader email = contact.first("email");
+    contactInfo.emailInfo->addressId = email.formatted("emailAddressId");
+    contactInfo.emailInfo->address = email.text("emailAddress");
+    contactInfo.emailInfo->confirmedEmail = email.flag("confirmedFlag");
+
+    const QVCReader phone = contact.first("phone");
+    contactInfo.phoneInfo->phoneId = phone.formatted("phoneNumberId");
+    contactInfo.phoneInfo->number = phone.text("phoneNumber");
+    contactInfo.phoneInfo->confirmedPhone = phone.flag("confirmedFlag");
+    // The service's phone type code is not taken over: a read phone has none.
+    contactInfo.phoneInfo->phoneTypeCode = "";
+}
+
 }  // namespace
 
 QVCConsumerInfo::QVCConsumerInfo(PlatformDefaultsOnly)
@@ -48,32 +77,7 @@ std::shared_ptr<QVCConsumerInfo> QVCConsumerInfo::initWithResponse(QVCAnswerValu
 
     // Only the first contact counts; a JSON null there reads as no contact.
     const QVCReader contact = doc.firstFiltered("contactList");
-    const auto& contactInfo = person->contactInfo;
-    contactInfo->contactTypeCode = contact.formatted("contactTypeCode");
-    contactInfo->contactId = contact.formatted("contactId");
-
-    const QVCReader address = contact.first("address");
-    const auto& addressInfo = contactInfo->addressInfo;
-    addressInfo->addressId = address.formatted("addressId");
-    addressInfo->line1 = address.text("addressLine1");
-    addressInfo->line2 = address.text("addressLine2");
-    addressInfo->line3 = address.text("addressLine3");
-    addressInfo->city = address.text("city");
-    addressInfo->postalCode = address.text("postalCode");
-    addressInfo->stateCode = address.text("stateCode");
-    addressInfo->countryCode = address.text("countryCode");
-
-    const QVCReader email = contact.first("email");
-    contactInfo->emailInfo->addressId = email.formatted("emailAddressId");
-    contactInfo->emailInfo->address = email.text("emailAddress");
-    contactInfo->emailInfo->confirmedEmail = email.flag("confirmedFlag");
-
-    const QVCReader phone = contact.first("phone");
-    contactInfo->phoneInfo->phoneId = phone.formatted("phoneNumberId");
-    contactInfo->phoneInfo->number = phone.text("phoneNumber");
-    contactInfo->phoneInfo->confirmedPhone = phone.flag("confirmedFlag");
-    // The service's phone type code is not taken over: a read phone has none.
-    contactInfo->phoneInfo->phoneTypeCode = "";
+    readContact(contact, *person->contactInfo);
 
     person->consumerName = doc.text("userId");
     person->occupationOther = doc.formatted("occupationOther");

@@ -3,6 +3,39 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdio>
+#include <ctime>
+
+namespace {
+
+/// The length of the white-space character that starts at position, 0 when
+/// none does: the ASCII blanks (space, tab, line feed, vertical tab, form
+/// feed, carriage return) and the Unicode white space in UTF-8.
+std::size_t whiteSpaceLength(const std::string& text, std::size_t position) {
+    auto byte = [&](std::size_t offset) {
+        return position + offset < text.size() ? static_cast<unsigned char>(text[position + offset]) : 0U;
+    };
+    const unsigned first = byte(0);
+    if (first == ' ' || (first >= '\t' && first <= '\r')) {
+        return 1;
+    }
+    const unsigned second = byte(1);
+    const unsigned third = byte(2);
+    if (first == 0xC2 && (second == 0x85 || second == 0xA0)) {
+        return 2;
+    }
+    if (first == 0xE1 && second == 0x9A && third == 0x80) {
+        return 3;
+    }
+    if (first == 0xE2 && second == 0x80 && (third <= 0x8A || third == 0xA8 || third == 0xA9 || third == 0xAF)) {
+        return 3;
+    }
+    if ((first == 0xE2 && second == 0x81 && third == 0x9F) || (first == 0xE3 && second == 0x80 && third == 0x80)) {
+        return 3;
+    }
+    return 0;
+}
+
+}  // namespace
 
 std::string QVCFormat::object(const QVCJSON& value) {
     switch (value.type()) {
@@ -68,4 +101,30 @@ std::string QVCFormat::decimal(double value) {
 
 std::string QVCFormat::integer(std::int64_t value) {
     return std::to_string(value);
+}
+
+std::optional<std::string> QVCFormat::removingWhiteSpace(const std::optional<std::string>& code) {
+    if (!code) {
+        return std::nullopt;
+    }
+    std::string cleaned;
+    for (std::size_t position = 0; position < code->size();) {
+        const std::size_t blank = whiteSpaceLength(*code, position);
+        if (blank > 0) {
+            position += blank;
+        } else {
+            cleaned.push_back((*code)[position++]);
+        }
+    }
+    return cleaned;
+}
+
+std::string QVCFormat::transactionDateTime(std::chrono::system_clock::time_point time) {
+    const std::time_t seconds = std::chrono::system_clock::to_time_t(time);
+    std::tm local{};
+    ::tzset();
+    localtime_r(&seconds, &local);
+    char text[64];
+    const std::size_t length = std::strftime(text, sizeof text, "%m/%d/%Y %I:%M %p", &local);
+    return std::string(text, length);
 }

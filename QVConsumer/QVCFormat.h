@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -10,7 +11,8 @@
 #include "platform/QVCJSON.h"
 
 /// The texts the library writes: the "%@" text of a value, request paths
-/// joined from such texts, and the "%f" and "%ld" forms of numbers.
+/// joined from such texts, the "%f" and "%ld" forms of numbers, codes without
+/// white space and the date text of a redemption.
 class QVCONSUMER_EXPORT QVCFormat {
 public:
     /// The "%@" text of a value: a text stays as it is, a number becomes its
@@ -44,6 +46,17 @@ public:
     static std::string decimal(double value);
     /// "%ld": the integer in decimal.
     static std::string integer(std::int64_t value);
+
+    /// The text with every white-space character removed, wherever it stands:
+    /// the ASCII blanks and, in UTF-8, the Unicode white space (next line,
+    /// no-break space, ogham space, U+2000 to U+200A, the line and paragraph
+    /// separators, narrow no-break, medium mathematical and ideographic space).
+    /// None stays none.
+    static std::optional<std::string> removingWhiteSpace(const std::optional<std::string>& text);
+
+    /// "MM/dd/yyyy hh:mm a" in the current local time zone (TZ is read again on
+    /// every call): a 12-hour clock with the day-period marker.
+    static std::string transactionDateTime(std::chrono::system_clock::time_point time);
 
 private:
     static std::string piece(const char* text) { return text; }

@@ -8,20 +8,8 @@
 
 namespace {
 
-bool isBlank(char c) {
-    return std::isspace(static_cast<unsigned char>(c)) != 0;
-}
-
 bool isDigit(char c) {
     return c >= '0' && c <= '9';
-}
-
-std::size_t skipBlanks(std::string_view text) {
-    std::size_t position = 0;
-    while (position < text.size() && isBlank(text[position])) {
-        ++position;
-    }
-    return position;
 }
 
 std::int64_t clampToInt64(double value) {
@@ -38,12 +26,9 @@ std::int64_t clampToInt64(double value) {
 }
 
 std::int64_t leadingInteger(std::string_view text) {
-    std::size_t position = skipBlanks(text);
-    bool negative = false;
-    if (position < text.size() && (text[position] == '+' || text[position] == '-')) {
-        negative = text[position] == '-';
-        ++position;
-    }
+    const QVCNumber::Lead lead = QVCNumber::lead(text);
+    const bool negative = lead.negative;
+    std::size_t position = lead.significant;
     // Accumulate as a negative number so that the minimum fits, then clamp.
     const std::int64_t lowest = std::numeric_limits<std::int64_t>::min();
     std::int64_t value = 0;
@@ -66,13 +51,9 @@ std::int64_t leadingInteger(std::string_view text) {
 }
 
 double leadingDouble(std::string_view text) {
-    std::size_t start = skipBlanks(text);
-    std::size_t position = start;
-    bool negative = false;
-    if (position < text.size() && (text[position] == '+' || text[position] == '-')) {
-        negative = text[position] == '-';
-        ++position;
-    }
+    const QVCNumber::Lead lead = QVCNumber::lead(text);
+    const bool negative = lead.negative;
+    std::size_t position = lead.digits;
     // Only a plain decimal number counts: digits with an optional fraction and exponent.
     std::size_t numberStart = position;
     std::size_t digits = 0;
@@ -106,6 +87,24 @@ double leadingDouble(std::string_view text) {
 }
 
 }  // namespace
+
+QVCNumber::Lead QVCNumber::lead(std::string_view text) {
+    Lead lead;
+    std::size_t position = 0;
+    while (position < text.size() && std::isspace(static_cast<unsigned char>(text[position])) != 0) {
+        ++position;
+    }
+    if (position < text.size() && (text[position] == '+' || text[position] == '-')) {
+        lead.negative = text[position] == '-';
+        ++position;
+    }
+    lead.digits = position;
+    while (position < text.size() && text[position] == '0') {
+        ++position;
+    }
+    lead.significant = position;
+    return lead;
+}
 
 std::int64_t QVCNumber::integerValue(const std::optional<std::string>& text) {
     return text ? leadingInteger(*text) : 0;

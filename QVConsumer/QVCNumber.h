@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -30,4 +31,14 @@ public:
     /// The leading decimal number of a text (blanks, a sign, digits, a
     /// fraction, an exponent); 0 when the text does not begin with one or is absent.
     static double doubleValue(const std::optional<std::string>& text);
+
+    /// Where the number of a text begins: past leading blanks (the C locale's
+    /// white space) and at most one sign. The one scanner of such texts, for
+    /// the numbers above and for truth values read from texts.
+    struct Lead {
+        std::size_t digits = 0;       ///< the first character past the blanks and the sign
+        std::size_t significant = 0;  ///< the first character past those and any leading zeros
+        bool negative = false;        ///< the sign was "-"
+    };
+    static Lead lead(std::string_view text);
 };

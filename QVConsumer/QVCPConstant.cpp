@@ -9,6 +9,8 @@ const char* const _retrieveLoyaltyInfo = "lqsapi/consumers/v1/consumer/";
 const char* const _saveConsumerService = "lqsapi/consumers/v1/consumer/";
 const char* const _changePasswordService = "lqsapi/consumer/changePassword";
 const char* const _forgetPasswordService = "lqsapi/consumer/forgotPassword";
+const char* const QVCConsumerOffersPath = "lqsapi/consumers/v1/consumers/";
+const char* const QVCConsumerDevicePath = "lqsapi/consumers/v1/consumer/";
 
 const char* const QVCHelperAPIProductId = "productId";
 const char* const QVCHelperAPIProductName = "productName";

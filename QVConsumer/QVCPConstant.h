@@ -14,6 +14,10 @@ QVCONSUMER_EXPORT extern const char* const _retrieveLoyaltyInfo;
 QVCONSUMER_EXPORT extern const char* const _saveConsumerService;
 QVCONSUMER_EXPORT extern const char* const _changePasswordService;
 QVCONSUMER_EXPORT extern const char* const _forgetPasswordService;
+/// Followed by the consumer id and "/offers...": the offer queries and redemption.
+QVCONSUMER_EXPORT extern const char* const QVCConsumerOffersPath;
+/// Followed by the consumer id and "/device": push registration.
+QVCONSUMER_EXPORT extern const char* const QVCConsumerDevicePath;
 
 // Key names of the product documents.
 QVCONSUMER_EXPORT extern const char* const QVCHelperAPIProductId;

@@ -1,7 +1,6 @@
 #include "QVConsumer/QVCReader.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cstring>
 #include <new>
 #include <utility>
@@ -29,16 +28,7 @@ const char* kindName(QVCAnswerValue value) {
 /// The truth value of a text: after blanks, one sign and leading zeros, the
 /// first character decides.
 bool textTruthValue(std::string_view text) {
-    std::size_t position = 0;
-    while (position < text.size() && std::isspace(static_cast<unsigned char>(text[position])) != 0) {
-        ++position;
-    }
-    if (position < text.size() && (text[position] == '+' || text[position] == '-')) {
-        ++position;
-    }
-    while (position < text.size() && text[position] == '0') {
-        ++position;
-    }
+    const std::size_t position = QVCNumber::lead(text).significant;
     if (position == text.size()) {
         return false;
     }

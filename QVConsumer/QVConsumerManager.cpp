@@ -1,11 +1,11 @@
 #include "QVConsumer/QVConsumerManager.h"
 
-#include <ctime>
 #include <tuple>
 #include <type_traits>
 #include <utility>
 
 #include "QVConsumer/QVCBundle.h"
+#include "QVConsumer/QVCConsumerDocument.h"
 #include "QVConsumer/QVCConsumerInfo.h"
 #include "QVConsumer/QVCDocument.h"
 #include "QVConsumer/QVCException.h"
@@ -94,12 +94,12 @@ std::chrono::system_clock::time_point QVConsumerManager::now() const {
 void QVConsumerManager::setPushDeviceToken(const std::optional<QVCJSON>& token, PushCompletion completion) {
     QVCoreCP::setPushDeviceToken(token);
     perform(std::move(completion), [&](const PushCompletion& done) {
-        std::string path = QVCFormat::format("lqsapi/consumers/v1/consumer/", consumerID(), "/device");
+        std::string path = QVCFormat::format(QVCConsumerDevicePath, consumerID(), "/device");
         QVCJSON body = QVCJSON::object();
         QVCDocument::setObject(body, "deviceToken", token);
         body["deviceType"] = "iOS";
         body["en_Push"] = 1;
-        request(path, 1, std::move(body), [done](const QVCResponse& response) {
+        request(path, QVCHTTPMethodPost, std::move(body), [done](const QVCResponse& response) {
             if (response.error()) {
                 done(false, response.error(), nullptr);
             } else {
@@ -118,178 +118,44 @@ void QVConsumerManager::authenticateConsumerWithUserName(const std::optional<std
             throw QVCException("cannot build the authentication path: the user name is absent");
         }
         std::string path = QVCFormat::format(_loginService, *userName, "/authenticate");
-        request(path, 0, std::nullopt, [self = shared_from_this(), done, userName](const QVCResponse& response) {
-            const auto consumers = response.objectForKey("consumers");
-            if (consumers && consumers->is_array()) {
-                const QVCReader first = QVCReader(*response.body(), "the answer").first("consumers");
-                auto consumer = QVCConsumerInfo::initWithResponse(*first.value());
-                consumer->personalInfo->consumerName = userName;
-                // A refusal of the id reports the answer's own error (often none), not the platform's.
-                auto answerError = response.error();
-                self->setConsumerID(QVCFormat::integer(consumer->consumerID),
-                                    [done, consumer, answerError](bool success, Error, std::exception_ptr) {
-                                        if (success) {
-                                            done(consumer, nullptr, nullptr);
-                                        } else {
-                                            done(nullptr, answerError, nullptr);
-                                        }
-                                    });
-            } else if (const auto code = response.objectForKey("httpResponseCode")) {
-                auto error = QVCErrorResponse::initWithErrorMessages({QVCFormat::object(*code)});
-                done(nullptr, error, nullptr);
-            } else {
-                done(nullptr, response.error(), nullptr);
-            }
-        });
+        request(path, QVCHTTPMethodGet, std::nullopt,
+                [self = shared_from_this(), done, userName](const QVCResponse& response) {
+                    self->authenticated(response, userName, done);
+                });
     });
 }
 
-namespace {
-
-/// A record the consumer document is read through: an absent one has no values to write.
-template <typename Record>
-const Record& required(const std::shared_ptr<Record>& record, const std::string& name) {
-    if (!record) {
-        throw QVCException("cannot build the consumer document: " + name + " is absent");
-    }
-    return *record;
-}
-
-/// A text that the sign-up document passes through the platform's null filter
-/// (an absent one goes out as JSON null); the update document needs it present.
-void setText(QVCJSON& object, const std::string& key, const std::optional<std::string>& value, bool signUp) {
-    if (!signUp) {
-        QVCDocument::setObject(object, key, value);
-        return;
-    }
-    const QVCJSON text = value ? QVCJSON(*value) : QVCJSON();
-    object[key] = QVCUtility::getNonNullValue(value ? &text : nullptr);
-}
-
-/// The id of an existing row: written only by the update document.
-void setRowId(QVCJSON& object, const std::string& key, const std::optional<std::string>& value, bool signUp) {
-    if (!signUp) {
-        QVCDocument::setObject(object, key, value);
-    }
-}
-
-/// A type code: the constant "1" at sign-up, the record's own code at update.
-void setTypeCode(QVCJSON& object, const std::string& key, const std::optional<std::string>& value, bool signUp) {
-    if (signUp) {
-        object[key] = "1";
+void QVConsumerManager::authenticated(const QVCResponse& response, const std::optional<std::string>& userName,
+                                      const ConsumerCompletion& done) {
+    const auto consumers = response.objectForKey("consumers");
+    if (consumers && consumers->is_array()) {
+        const QVCReader first = QVCReader(*response.body(), "the answer").first("consumers");
+        auto consumer = QVCConsumerInfo::initWithResponse(*first.value());
+        consumer->personalInfo->consumerName = userName;
+        // A refusal of the id reports the answer's own error (often none), not the platform's.
+        auto answerError = response.error();
+        setConsumerID(QVCFormat::integer(consumer->consumerID),
+                      [done, consumer, answerError](bool success, Error, std::exception_ptr) {
+                          if (success) {
+                              done(consumer, nullptr, nullptr);
+                          } else {
+                              done(nullptr, answerError, nullptr);
+                          }
+                      });
+    } else if (const auto code = response.objectForKey("httpResponseCode")) {
+        auto error = QVCErrorResponse::initWithErrorMessages({QVCFormat::object(*code)});
+        done(nullptr, error, nullptr);
     } else {
-        QVCDocument::setObject(object, key, value);
+        done(nullptr, response.error(), nullptr);
     }
 }
-
-/// A code list, numbers and texts as the record holds them; an absent list cannot be written.
-void setCodes(QVCJSON& object, const std::string& key, const std::optional<std::vector<QVCJSON>>& codes) {
-    QVCDocument::setObject(object, key, codes ? std::optional<QVCJSON>(QVCJSON(*codes)) : std::nullopt);
-}
-
-const char* yesNo(bool value) {
-    return value ? "Y" : "N";
-}
-
-const char* oneZero(bool value) {
-    return value ? "1" : "0";
-}
-
-QVCJSON listOfOne(QVCJSON element) {
-    QVCJSON list = QVCJSON::array();
-    list.push_back(std::move(element));
-    return list;
-}
-
-/// The consumer object shared by the sign-up and the update document; signUp
-/// selects the variant's keys and conversions.
-QVCJSON consumerObject(const QVConsumerManager& manager, const std::shared_ptr<QVCConsumerInfo>& info, bool signUp) {
-    const QVCConsumerInfo& consumer = required(info, "the consumer record");
-    const QVCPersonalInfo& person = required(consumer.personalInfo, "personalInfo");
-    const QVCContactInfo& contact = required(person.contactInfo, "personalInfo.contactInfo");
-    const QVCAddress& addressInfo = required(contact.addressInfo, "personalInfo.contactInfo.addressInfo");
-    const QVCEmail& emailInfo = required(contact.emailInfo, "personalInfo.contactInfo.emailInfo");
-    const QVCPhone& phoneInfo = required(contact.phoneInfo, "personalInfo.contactInfo.phoneInfo");
-    const QVCPreference& preference = required(consumer.preference, "preference");
-    const auto companyInfo = manager.companyInfo();
-    const std::int64_t companyID = required(companyInfo, "the manager's company information").companyID;
-
-    QVCJSON address = QVCJSON::object();
-    setRowId(address, "addressId", addressInfo.addressId, signUp);
-    setText(address, "addressLine1", addressInfo.line1, signUp);
-    setText(address, "addressLine2", addressInfo.line2, signUp);
-    setText(address, "addressLine3", addressInfo.line3, signUp);
-    setText(address, "city", addressInfo.city, signUp);
-    setText(address, "postalCode", addressInfo.postalCode, signUp);
-    setText(address, "stateCode", addressInfo.stateCode, signUp);
-    setText(address, "countryCode", addressInfo.countryCode, signUp);
-    setTypeCode(address, "addressTypeCode", addressInfo.addressTypeCode, signUp);
-
-    QVCJSON email = QVCJSON::object();
-    setRowId(email, "emailAddressId", emailInfo.addressId, signUp);
-    setText(email, "emailAddress", emailInfo.address, signUp);
-    email["confirmedFlag"] = yesNo(emailInfo.confirmedEmail);
-    setTypeCode(email, "emailAddressTypeCode", emailInfo.addressTypeCode, signUp);
-
-    // The service spells the phone's type code key with a lower-case "n".
-    QVCJSON phone = QVCJSON::object();
-    setRowId(phone, "phoneNumberId", phoneInfo.phoneId, signUp);
-    setText(phone, "phoneNumber", phoneInfo.number, signUp);
-    phone["confirmedFlag"] = yesNo(phoneInfo.confirmedPhone);
-    setTypeCode(phone, "phonenumberTypeCode", phoneInfo.phoneTypeCode, signUp);
-
-    QVCJSON contactObject = QVCJSON::object();
-    setRowId(contactObject, "contactId", contact.contactId, signUp);
-    QVCDocument::setObject(contactObject, "firstName", consumer.firstName);
-    QVCDocument::setObject(contactObject, "lastName", consumer.lastName);
-    setText(contactObject, "middleName", consumer.middleName, signUp);
-    contactObject["preferenceTypeCode"] = preference.preferenceTypeCode;
-    setText(contactObject, "suffix", consumer.suffix, signUp);
-    setTypeCode(contactObject, "contactTypeCode", contact.contactTypeCode, signUp);
-    contactObject["address"] = listOfOne(std::move(address));
-    contactObject["email"] = listOfOne(std::move(email));
-    contactObject["phone"] = listOfOne(std::move(phone));
-
-    QVCJSON object = QVCJSON::object();
-    setText(object, "userId", person.consumerName, signUp);
-    if (!signUp) {
-        QVCDocument::setObject(object, "consumerId", manager.consumerID());
-    }
-    // A number at sign-up, decimal text at update: the service expects each so.
-    object["quorvexId"] = signUp ? QVCJSON(companyID) : QVCJSON(QVCFormat::integer(companyID));
-    QVCDocument::setObject(object, "genderTypeCode", person.genderTypeCode);
-    setText(object, "consumerTypeCode", consumer.consumerTypeCode, signUp);
-    QVCDocument::setObject(object, "maritalStatusTypeCode", person.maritalStatusTypeCode);
-    QVCDocument::setObject(object, "occupationTypeCode", person.occupationTypeCode);
-    setText(object, "occupationOther", person.occupationOther, signUp);
-    QVCDocument::setObject(object, "incomeRangeTypeCode", person.incomeRangeTypeCode);
-    QVCDocument::setObject(object, "educationTypeCode", person.educationTypeCode);
-    QVCDocument::setObject(object, "birthMonthDay", person.dateOfBirth);
-    QVCDocument::setObject(object, "ageRangeTypeCode", person.ageRangeTypeCode);
-    setText(object, "accountStatusCode", consumer.accountStatusCode, signUp);
-    // The update always sends a lower-case "y", whatever the record holds.
-    object["activeFlag"] = signUp ? yesNo(consumer.activeAccount) : "y";
-    object["preferEmailFlag"] = oneZero(preference.preferEmailFlag);
-    object["preferSmsFlag"] = oneZero(preference.preferSmsFlag);
-    object["preferAppFlag"] = oneZero(preference.preferAppFlag);
-    setCodes(object, "consumerGroupCodes", consumer.consumerGroupCodes);
-    if (signUp) {
-        setCodes(object, "merchantCategoryCodes", consumer.merchantTypes);
-    }
-    object["lockedDate"] = "";
-    object["expiresDate"] = "";
-    object["contactList"] = listOfOne(std::move(contactObject));
-    return object;
-}
-
-}  // namespace
 
 QVCJSON QVConsumerManager::signUpDocument(const std::shared_ptr<QVCConsumerInfo>& info) const {
-    return QVCJSON{{"consumers", consumerObject(*this, info, true)}};
+    return QVCConsumerDocument::signUp(info, companyInfo());
 }
 
 QVCJSON QVConsumerManager::updateDocument(const std::shared_ptr<QVCConsumerInfo>& info) const {
-    return QVCJSON{{"consumerRq", {{"consumers", consumerObject(*this, info, false)}}}};
+    return QVCConsumerDocument::update(info, companyInfo(), consumerID());
 }
 
 void QVConsumerManager::signUpNewUserWithDetails(std::shared_ptr<QVCConsumerInfo> info, ConsumerCompletion completion) {
@@ -304,7 +170,7 @@ void QVConsumerManager::updateConsumerProfile(std::shared_ptr<QVCConsumerInfo> i
 
 void QVConsumerManager::sendConsumerDocument(QVCJSON document, std::shared_ptr<QVCConsumerInfo> info,
                                              const ConsumerCompletion& done) {
-    request(_registerAppConsumerService, 1, std::move(document),
+    request(_registerAppConsumerService, QVCHTTPMethodPost, std::move(document),
             [self = shared_from_this(), done, info](const QVCResponse& response) {
                 const auto consumer = response.objectForKey("consumers");
                 if (!consumer || !consumer->is_object()) {
@@ -330,7 +196,7 @@ void QVConsumerManager::sendConsumerDocument(QVCJSON document, std::shared_ptr<Q
 void QVConsumerManager::retrieveLoyaltyInfo(LoyaltyCompletion completion) {
     perform(std::move(completion), [&](const LoyaltyCompletion& done) {
         std::string path = QVCFormat::format(_retrieveLoyaltyInfo, consumerID(), "/", "balance", "/", "loyalty");
-        request(path, 0, std::nullopt, [self = shared_from_this(), done](const QVCResponse& response) {
+        request(path, QVCHTTPMethodGet, std::nullopt, [self = shared_from_this(), done](const QVCResponse& response) {
             const auto entries = response.objectForKey("consumerRs");
             if (!entries || !entries->is_array()) {
                 done(0, std::nullopt, response.error(), nullptr);
@@ -353,7 +219,7 @@ void QVConsumerManager::retrieveLoyaltyInfo(LoyaltyCompletion completion) {
 
 void QVConsumerManager::getMasterDataWithCompletionWithCompletion(MasterDataCompletion completion) {
     perform(std::move(completion), [&](const MasterDataCompletion& done) {
-        request(_getMasterData, 0, std::nullopt, [done](const QVCResponse& response) {
+        request(_getMasterData, QVCHTTPMethodGet, std::nullopt, [done](const QVCResponse& response) {
             const auto document = response.objectForKey("consumerRs");
             if (document && document->is_object()) {
                 // Not guarded here: a malformed document's exception reaches the
@@ -367,67 +233,6 @@ void QVConsumerManager::getMasterDataWithCompletionWithCompletion(MasterDataComp
 }
 
 namespace {
-
-const char* const offersPath = "lqsapi/consumers/v1/consumers/";
-
-/// The length of the white-space character that starts at position, 0 when
-/// none does: the ASCII blanks (space, tab, line feed, vertical tab, form
-/// feed, carriage return) and, in UTF-8, the Unicode white space (next line,
-/// no-break space, ogham space, the spaces U+2000 to U+200A, the line and
-/// paragraph separators, narrow no-break, medium mathematical and ideographic space).
-std::size_t whiteSpaceLength(const std::string& text, std::size_t position) {
-    auto byte = [&](std::size_t offset) {
-        return position + offset < text.size() ? static_cast<unsigned char>(text[position + offset]) : 0U;
-    };
-    const unsigned first = byte(0);
-    if (first == ' ' || (first >= '\t' && first <= '\r')) {
-        return 1;
-    }
-    const unsigned second = byte(1);
-    const unsigned third = byte(2);
-    if (first == 0xC2 && (second == 0x85 || second == 0xA0)) {
-        return 2;
-    }
-    if (first == 0xE1 && second == 0x9A && third == 0x80) {
-        return 3;
-    }
-    if (first == 0xE2 && second == 0x80 && (third <= 0x8A || third == 0xA8 || third == 0xA9 || third == 0xAF)) {
-        return 3;
-    }
-    if ((first == 0xE2 && second == 0x81 && third == 0x9F) || (first == 0xE3 && second == 0x80 && third == 0x80)) {
-        return 3;
-    }
-    return 0;
-}
-
-/// The code with every white-space character removed, wherever it stands; none stays none.
-std::optional<std::string> removingWhiteSpace(const std::optional<std::string>& code) {
-    if (!code) {
-        return std::nullopt;
-    }
-    std::string cleaned;
-    for (std::size_t position = 0; position < code->size();) {
-        const std::size_t blank = whiteSpaceLength(*code, position);
-        if (blank > 0) {
-            position += blank;
-        } else {
-            cleaned.push_back((*code)[position++]);
-        }
-    }
-    return cleaned;
-}
-
-/// "MM/dd/yyyy hh:mm a" in the current local time zone (TZ is read again on
-/// every call): a 12-hour clock with the day-period marker.
-std::string transactionDateTime(std::chrono::system_clock::time_point now) {
-    const std::time_t seconds = std::chrono::system_clock::to_time_t(now);
-    std::tm local{};
-    ::tzset();
-    localtime_r(&seconds, &local);
-    char text[64];
-    const std::size_t length = std::strftime(text, sizeof text, "%m/%d/%Y %I:%M %p", &local);
-    return std::string(text, length);
-}
 
 /// The sub-records the offer checks read; a missing one reads as absent texts.
 const OfferRules* rulesOf(const QVCOffer* offer) {
@@ -457,9 +262,9 @@ bool offerAppliesToProduct(const QVCOffer* offer, std::int64_t productId) {
 void QVConsumerManager::getAllOffersWithCompletionHandler(OffersCompletion completion) {
     perform(std::move(completion), [&](const OffersCompletion& done) {
         auto facility = facilityInfo();
-        std::string path = QVCFormat::format(offersPath, consumerID(),
+        std::string path = QVCFormat::format(QVCConsumerOffersPath, consumerID(),
                                              "/offers?facilityId=", facility ? facility->facilityID : std::int64_t{0});
-        request(path, 0, std::nullopt, [done](const QVCResponse& response) {
+        request(path, QVCHTTPMethodGet, std::nullopt, [done](const QVCResponse& response) {
             const auto body = response.body();
             if (!body || !body->is_array()) {
                 done(std::nullopt, response.error(), nullptr);
@@ -482,8 +287,8 @@ void QVConsumerManager::getAllOffersWithCompletionHandler(OffersCompletion compl
 
 void QVConsumerManager::getOfferDetailsWithOfferID(const std::optional<QVCJSON>& offerID, OfferCompletion completion) {
     perform(std::move(completion), [&](const OfferCompletion& done) {
-        std::string path = QVCFormat::format(offersPath, consumerID(), "/offers/", offerID);
-        request(path, 0, std::nullopt, [done](const QVCResponse& response) {
+        std::string path = QVCFormat::format(QVCConsumerOffersPath, consumerID(), "/offers/", offerID);
+        request(path, QVCHTTPMethodGet, std::nullopt, [done](const QVCResponse& response) {
             const auto body = response.body();
             // An answer that is not one offer document is not reported at all.
             if (body && body->is_object()) {
@@ -495,9 +300,9 @@ void QVConsumerManager::getOfferDetailsWithOfferID(const std::optional<QVCJSON>&
 
 void QVConsumerManager::getOfferWithOfferCode(const std::optional<std::string>& offerCode, OfferCompletion completion) {
     perform(std::move(completion), [&](const OfferCompletion& done) {
-        std::string path =
-            QVCFormat::format(offersPath, consumerID(), "/offers?offerCode=", removingWhiteSpace(offerCode));
-        request(path, 0, std::nullopt, [done](const QVCResponse& response) {
+        std::string path = QVCFormat::format(QVCConsumerOffersPath, consumerID(),
+                                             "/offers?offerCode=", QVCFormat::removingWhiteSpace(offerCode));
+        request(path, QVCHTTPMethodGet, std::nullopt, [done](const QVCResponse& response) {
             const auto body = response.body();
             if (!body || !body->is_array()) {
                 done(nullptr, response.error(), nullptr);
@@ -613,15 +418,15 @@ void QVConsumerManager::redeemOfferWithAmount(const std::optional<QVCJSON>& amou
                 }
                 return;
             }
-            std::string path =
-                QVCFormat::format(offersPath, self->consumerID(), "/offers/", offer->consumerOfferId, "/redeems");
+            std::string path = QVCFormat::format(QVCConsumerOffersPath, self->consumerID(), "/offers/",
+                                                 offer->consumerOfferId, "/redeems");
             QVCJSON body = QVCJSON::object();
             body["amount"] = *amount;
             // The service's own code for the offer, not the one the shopper typed.
             QVCDocument::setObject(body, "offerCode", offer->offerCode);
             body["referenceId"] = *referenceID;
-            body["transactionDateTime"] = transactionDateTime(self->now());
-            self->request(path, 1, std::move(body), [done](const QVCResponse& response) {
+            body["transactionDateTime"] = QVCFormat::transactionDateTime(self->now());
+            self->request(path, QVCHTTPMethodPost, std::move(body), [done](const QVCResponse& response) {
                 if (response.error()) {
                     done(std::nullopt, response.error(), nullptr);
                 } else {

@@ -107,20 +107,11 @@ public:
     /// The current consumer's loyalty balance and status; keeps the balance in loyalty().
     void retrieveLoyaltyInfo(LoyaltyCompletion completion);
 
-    /// The request document that signUpNewUserWithDetails sends: {"consumers": consumer}.
-    /// The company id is a number, "activeFlag" is "Y"/"N", the contact, address,
-    /// e-mail and phone type codes are "1" whatever the record holds, no row id
-    /// is written, the merchant type codes go out as "merchantCategoryCodes",
-    /// and 15 texts pass the platform's null filter (an absent one is sent as
-    /// JSON null). Throws QVCException naming the value when any other value,
-    /// a code list or a sub-record is absent, or the manager has no company.
+    /// The request document that signUpNewUserWithDetails sends: QVCConsumerDocument::signUp
+    /// with the manager's company.
     QVCJSON signUpDocument(const std::shared_ptr<QVCConsumerInfo>& info) const;
-    /// The request document that updateConsumerProfile sends:
-    /// {"consumerRq": {"consumers": consumer}}. Unlike the sign-up document it
-    /// carries the manager's consumer id and the row ids of the records, the
-    /// company id as decimal text, "activeFlag" "y" whatever the record holds,
-    /// the records' own type codes and no merchant type codes; nothing is
-    /// filtered, so every absent value throws QVCException naming its key.
+    /// The request document that updateConsumerProfile sends: QVCConsumerDocument::update
+    /// with the manager's company and current consumer id.
     QVCJSON updateDocument(const std::shared_ptr<QVCConsumerInfo>& info) const;
 
     /// The current consumer's offers at the current facility. Entries without
@@ -170,9 +161,14 @@ private:
     void perform(std::function<void(Args...)> completion, const Body& body);
 
     /// Issues one request through the platform's web service handler, with the
-    /// arguments every operation shares. httpMethod 0 reads, 1 sends body.
+    /// arguments every operation shares: QVCHTTPMethodGet reads, QVCHTTPMethodPost sends body.
     void request(const std::string& path, std::int64_t httpMethod, std::optional<QVCJSON> body,
                  QVCResponseCompletion answer);
+
+    /// The answer to an authentication: on a "consumers" list makes the id of
+    /// its first consumer current and hands that consumer back, named userName.
+    void authenticated(const QVCResponse& response, const std::optional<std::string>& userName,
+                       const ConsumerCompletion& done);
 
     /// Sends a consumer request document; on an answer holding a "consumers"
     /// object makes its "consumerId" current and hands info back with that id.

@@ -5,7 +5,7 @@
 
 #include "QVConsumer/QVConsumerManager.h"
 #include "platform/QVCEnvironment.h"
-#include "platform/QVCScriptedWebServiceHandler.h"
+#include "testkit/QVCScriptedWebServiceHandler.h"
 
 int main() {
     auto company = std::make_shared<QVCCompanyInfo>();
@@ -24,7 +24,7 @@ int main() {
     int status = 1;
     manager->setPushDeviceToken("a1b2c3d4", [&](bool success, QVConsumerManager::Error error, std::exception_ptr) {
         const QVCRecordedRequest sent = handler->lastRequest();
-        std::cout << "request: " << (sent.httpMethod == 1 ? "send " : "read ") << sent.path << "\n"
+        std::cout << "request: " << (sent.httpMethod == QVCHTTPMethodPost ? "send " : "read ") << sent.path << "\n"
                   << "body:    " << (sent.body ? sent.body->dump() : "(none)") << "\n";
         if (success) {
             std::cout << "push token registered for consumer " << manager->consumerID().value_or("(none)") << "\n";

@@ -27,16 +27,3 @@ std::string QVCErrorResponse::description() const {
     }
     return text;
 }
-
-const char* QVCErrorKindName(QVCErrorResponse::Kind kind) {
-    switch (kind) {
-        case QVCErrorResponse::Kind::General: return "general";
-        case QVCErrorResponse::Kind::Transport: return "transport";
-        case QVCErrorResponse::Kind::Timeout: return "timeout";
-        case QVCErrorResponse::Kind::HTTPStatus: return "http-status";
-        case QVCErrorResponse::Kind::Cancelled: return "cancelled";
-        case QVCErrorResponse::Kind::OutcomeUnknown: return "outcome-unknown";
-        case QVCErrorResponse::Kind::PathRefused: return "path-refused";
-    }
-    return "general";
-}

@@ -44,6 +44,3 @@ private:
     Kind kind_;
     std::optional<int> httpStatus_;
 };
-
-/// The name of an error kind, for logs and diagnostics ("transport", "timeout", ...).
-QVCPLATFORM_EXPORT const char* QVCErrorKindName(QVCErrorResponse::Kind kind);

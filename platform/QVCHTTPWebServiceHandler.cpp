@@ -327,41 +327,49 @@ struct QVCHTTPWebServiceHandler::Engine {
 
     /// The answer to a finished attempt, and whether another attempt may help.
     std::pair<QVCResponse, bool> outcome(Transfer& t, CURLcode result) {
+        return result == CURLE_OK ? answerOutcome(t) : transferOutcome(t, result);
+    }
+
+    /// An attempt that received an answer: the answer, or the error its status
+    /// or its text makes; a GET may be tried again after a transient status.
+    std::pair<QVCResponse, bool> answerOutcome(Transfer& t) {
         long status = 0;
         curl_easy_getinfo(t.easy, CURLINFO_RESPONSE_CODE, &status);
+        const bool success = status >= 200 && status < 300;
+        std::shared_ptr<const QVCAnswerDocument> body;
+        std::string parseError;
+        if (!t.received.empty()) {
+            // A successful answer's text is not needed once parsed; an error's may explain itself.
+            auto parsed = QVCAnswerDocument::parse(success ? std::move(t.received) : t.received);
+            body = std::move(parsed.document);
+            parseError = std::move(parsed.error);
+        }
+        if (success) {
+            if (!parseError.empty()) {
+                return {failure(t, "answer is not JSON (" + parseError + ")", Kind::Transport, static_cast<int>(status),
+                                nullptr, t.answerHeaders),
+                        false};
+            }
+            return {QVCResponse(std::move(body), t.answerHeaders, nullptr), false};
+        }
+        std::string message = "the service answered with status " + std::to_string(status);
+        std::string says = serviceMessage(body, t.received);
+        if (!says.empty()) {
+            message += ": " + says;
+        }
+        bool transient = status == 429 || status == 502 || status == 503 || status == 504;
+        return {failure(t, message, Kind::HTTPStatus, static_cast<int>(status), std::move(body), t.answerHeaders),
+                t.method == "GET" && transient};
+    }
+
+    /// An attempt that ended without an answer: the error, and whether another
+    /// attempt may help (never for a POST that may have reached the service).
+    std::pair<QVCResponse, bool> transferOutcome(Transfer& t, CURLcode result) {
         curl_off_t pretransfer = 0;
         curl_easy_getinfo(t.easy, CURLINFO_PRETRANSFER_TIME_T, &pretransfer);
         bool get = t.method == "GET";
         bool mayHaveBeenSent = pretransfer > 0;
         std::string detail = t.errorText[0] ? t.errorText : curl_easy_strerror(result);
-
-        if (result == CURLE_OK) {
-            const bool success = status >= 200 && status < 300;
-            std::shared_ptr<const QVCAnswerDocument> body;
-            std::string parseError;
-            if (!t.received.empty()) {
-                // A successful answer's text is not needed once parsed; an error's may explain itself.
-                auto parsed = QVCAnswerDocument::parse(success ? std::move(t.received) : t.received);
-                body = std::move(parsed.document);
-                parseError = std::move(parsed.error);
-            }
-            if (success) {
-                if (!parseError.empty()) {
-                    return {failure(t, "answer is not JSON (" + parseError + ")", Kind::Transport,
-                                    static_cast<int>(status), nullptr, t.answerHeaders),
-                            false};
-                }
-                return {QVCResponse(std::move(body), t.answerHeaders, nullptr), false};
-            }
-            std::string message = "the service answered with status " + std::to_string(status);
-            std::string says = serviceMessage(body, t.received);
-            if (!says.empty()) {
-                message += ": " + says;
-            }
-            bool transient = status == 429 || status == 502 || status == 503 || status == 504;
-            return {failure(t, message, Kind::HTTPStatus, static_cast<int>(status), std::move(body), t.answerHeaders),
-                    get && transient};
-        }
         if (t.tooLarge || result == CURLE_FILESIZE_EXCEEDED) {
             return {failure(t, "answer larger than " + std::to_string(configuration.maxAnswerBytes) + " bytes",
                             Kind::Transport),
@@ -399,26 +407,29 @@ struct QVCHTTPWebServiceHandler::Engine {
             }
             return {failure(t, "the connection was lost (" + detail + ")", Kind::Transport), true};
         }
+        return {certificateFailure(t, result, detail), false};
+    }
+
+    /// A failure that no other attempt mends; the certificate failures say what to check.
+    QVCResponse certificateFailure(const Transfer& t, CURLcode result, const std::string& detail) const {
         std::string caBundle = std::string("caBundlePath (") + QVCPlatformConfiguration::caBundleVariable + ")";
         if (result == CURLE_PEER_FAILED_VERIFICATION) {
-            return {failure(t,
-                            "the service's certificate could not be verified (" + detail +
-                                "): check that the service root URL names a host the certificate is made for, "
-                                "and if the certificate authority that signed it is not one this system trusts, "
-                                "set " +
-                                caBundle + " to a PEM file holding it",
-                            Kind::Transport),
-                    false};
+            return failure(t,
+                           "the service's certificate could not be verified (" + detail +
+                               "): check that the service root URL names a host the certificate is made for, "
+                               "and if the certificate authority that signed it is not one this system trusts, "
+                               "set " +
+                               caBundle + " to a PEM file holding it",
+                           Kind::Transport);
         }
         if (result == CURLE_SSL_CACERT_BADFILE) {
-            return {failure(t,
-                            "the certificate authorities could not be read from " +
-                                configuration.caBundlePath.value_or("the system's store") + " (" + detail + "): set " +
-                                caBundle + " to a readable PEM file",
-                            Kind::Transport),
-                    false};
+            return failure(t,
+                           "the certificate authorities could not be read from " +
+                               configuration.caBundlePath.value_or("the system's store") + " (" + detail + "): set " +
+                               caBundle + " to a readable PEM file",
+                           Kind::Transport);
         }
-        return {failure(t, detail, Kind::Transport), false};
+        return failure(t, detail, Kind::Transport);
     }
 
     /// Hands a finished attempt to the configuration's trace hook, if any.
@@ -583,13 +594,13 @@ void QVCHTTPWebServiceHandler::requestWithPath(const std::string& path, std::int
                                                const std::optional<QVCJSON>& body, std::int64_t,
                                                const std::optional<std::string>&, QVCResponseCompletion completion) {
     auto transfer = std::make_unique<Transfer>();
-    transfer->method = httpMethod == 0 ? "GET" : httpMethod == 1 ? "POST" : "method " + std::to_string(httpMethod);
+    transfer->method = QVCHTTPMethodName(httpMethod);
     transfer->path = path;
     transfer->completion = std::move(completion);
     transfer->deadline = Clock::now() + engine_->configuration.requestBudget();
     if (engine_->refusal) {
         transfer->ready = failure(*transfer, *engine_->refusal, Kind::General);
-    } else if (httpMethod != 0 && httpMethod != 1) {
+    } else if (httpMethod != QVCHTTPMethodGet && httpMethod != QVCHTTPMethodPost) {
         transfer->ready = failure(*transfer, "unknown httpMethod (0 reads, 1 sends)", Kind::General);
     } else if (auto checked = QVCRequestShapes::check(transfer->method, path); !checked.target) {
         transfer->path = checked.shape;  // the refused path is not repeated, not even on cancellation
@@ -599,7 +610,7 @@ void QVCHTTPWebServiceHandler::requestWithPath(const std::string& path, std::int
         transfer->headerLines = {"Accept: application/json", "Expect:"};
         transfer->headerLines.insert(transfer->headerLines.end(), engine_->credentialLines.begin(),
                                      engine_->credentialLines.end());
-        if (httpMethod == 1) {
+        if (httpMethod == QVCHTTPMethodPost) {
             transfer->headerLines.emplace_back("Content-Type: application/json");
             transfer->bodyText = body ? body->dump(-1, ' ', false, QVCJSON::error_handler_t::replace) : "{}";
         }

@@ -105,7 +105,7 @@ void QVCSimulationWebServiceHandler::requestWithPath(const std::string& path, st
                                                      const std::optional<QVCJSON>&, std::int64_t,
                                                      const std::optional<std::string>& simulateFilePath,
                                                      QVCResponseCompletion completion) {
-    std::string method = httpMethod == 0 ? "GET" : httpMethod == 1 ? "POST" : "method " + std::to_string(httpMethod);
+    std::string method = QVCHTTPMethodName(httpMethod);
     // Checked as the live transport checks it, so that both answer the same requests.
     const auto checked = QVCRequestShapes::check(method, path);
     Job job{method, checked.target ? path : checked.shape, simulateFilePath, std::move(completion),

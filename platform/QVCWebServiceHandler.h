@@ -9,6 +9,15 @@
 #include "platform/QVCPlatformExport.h"
 #include "platform/QVCResponse.h"
 
+/// The httpMethod codes of requestWithPath.
+enum QVCHTTPMethod : std::int64_t {
+    QVCHTTPMethodGet = 0,   ///< a read without body
+    QVCHTTPMethodPost = 1,  ///< a send carrying body
+};
+
+/// The verb a method code stands for: "GET", "POST", or "method N" for any other code.
+std::string QVCHTTPMethodName(std::int64_t httpMethod);
+
 /// Receives the one answer to a request.
 using QVCResponseCompletion = std::function<void(const QVCResponse& response)>;
 
@@ -21,7 +30,7 @@ public:
     /// Sends one request and reports its answer through completion, exactly once.
     ///
     /// path: relative to the service root, without a leading "/", may carry a query.
-    /// httpMethod: 0 a read without body, 1 a send carrying body.
+    /// httpMethod: QVCHTTPMethodGet (0) a read without body, QVCHTTPMethodPost (1) a send carrying body.
     /// contextMessageType: the message context ("consumers").
     /// headers: extra header fields, or none.
     /// body: the JSON object to send, or none.

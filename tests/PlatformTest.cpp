@@ -1,5 +1,5 @@
 #include "TestSupport.h"
-#include "platform/QVCScriptedWebServiceHandler.h"
+#include "testkit/QVCScriptedWebServiceHandler.h"
 
 namespace {
 

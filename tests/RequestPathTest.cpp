@@ -7,8 +7,8 @@
 #include "ClosingServer.h"
 #include "TransportTestSupport.h"
 #include "platform/QVCHTTPWebServiceHandler.h"
-#include "platform/QVCScriptedWebServiceHandler.h"
 #include "platform/QVCSimulationWebServiceHandler.h"
+#include "testkit/QVCScriptedWebServiceHandler.h"
 
 namespace {
 

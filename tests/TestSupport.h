@@ -20,7 +20,7 @@
 #include "QVConsumer/QVCException.h"
 #include "QVConsumer/QVConsumerManager.h"
 #include "platform/QVCEnvironment.h"
-#include "platform/QVCScriptedWebServiceHandler.h"
+#include "testkit/QVCScriptedWebServiceHandler.h"
 
 using ::testing::HasSubstr;
 using ::testing::Not;

@@ -49,8 +49,6 @@ public:
     /// The most recent request; throws std::out_of_range when there is none.
     QVCRecordedRequest lastRequest() const;
 
-    /// Deferred delivery: the number of requests whose answer has not been given.
-    std::size_t pendingCount() const;
     /// Deferred delivery: answers the oldest waiting request; false when none waits.
     bool releaseNext();
     /// Deferred delivery: answers waiting requests, including those issued

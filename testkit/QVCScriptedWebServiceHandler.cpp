@@ -1,4 +1,4 @@
-#include "platform/QVCScriptedWebServiceHandler.h"
+#include "testkit/QVCScriptedWebServiceHandler.h"
 
 #include <stdexcept>
 #include <utility>
@@ -30,11 +30,6 @@ QVCRecordedRequest QVCScriptedWebServiceHandler::lastRequest() const {
         throw std::out_of_range("the scripted web service handler has received no request");
     }
     return requests_.back();
-}
-
-std::size_t QVCScriptedWebServiceHandler::pendingCount() const {
-    std::lock_guard<std::mutex> lock(mutex_);
-    return waiting_.size();
 }
 
 QVCResponse QVCScriptedWebServiceHandler::takeAnswerFor(const QVCRecordedRequest& request) {
