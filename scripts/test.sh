@@ -42,3 +42,9 @@ run_suite build/asan "-DQVC_SANITIZE=address;undefined"
 # uses clang, so that a second compiler checks the whole tree too.
 run_suite build/tsan "-DQVC_SANITIZE=thread" -DCMAKE_CXX_COMPILER=clang++ -- \
   -R '^(HTTPTransport|HTTPSTransport|HTTPSendOnce|SimulationTransport|SimulationEnvironment|AnswerDocument|PlatformConfiguration)\.'
+
+# A short bounded run of every fuzz harness (the corpora were replayed by ctest above).
+if command -v clang++ >/dev/null; then
+  echo "== fuzz"
+  ./scripts/fuzz.sh 10
+fi
