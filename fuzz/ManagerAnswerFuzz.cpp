@@ -62,7 +62,12 @@ std::shared_ptr<Record> recordFrom(const std::string& text) {
 
 std::shared_ptr<QVCConsumerInfo> consumerFrom(const std::string& text) {
     auto consumer = recordFrom<QVCConsumerInfo>(text);
-    return consumer ? consumer : std::make_shared<QVCConsumerInfo>();
+    if (!consumer) {
+        return std::make_shared<QVCConsumerInfo>();
+    }
+    // Readers keep no group codes, without which an update stops before its request.
+    consumer->consumerGroupCodes = QVCConsumerInfo().consumerGroupCodes;
+    return consumer;
 }
 
 /// A basket of one plain product and one reservation product.
