@@ -30,7 +30,8 @@ thread_local std::optional<QVCServiceFaults::Fault> pendingFault;
 
 void answer(httplib::Response& response, int status, const QVCJSON& body) {
     response.status = status;
-    response.set_content(body.dump(), "application/json");
+    // Texts taken from the request (a path echoed in a message) need not be UTF-8.
+    response.set_content(body.dump(-1, ' ', false, QVCJSON::error_handler_t::replace), "application/json");
 }
 
 /// An error answer: the status, also as "httpResponseCode", and a message saying what was wrong.
