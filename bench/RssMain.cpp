@@ -7,8 +7,9 @@
 // highest resident size of the whole run; after: VmRSS while the records are
 // held and the answer text and parsed document are gone (free memory that the
 // allocator keeps counts here). heap: the bytes the allocator has handed out
-// and not got back at that moment (glibc's mallinfo2), which is what the
-// records hold. parser: what the thread that parsed the answer still held
+// and not got back at that moment (glibc's mallinfo2): what the records hold,
+// plus the storage of the finished answer document that the platform keeps for
+// the next answer (allocated whole, resident only where the answer used it). parser: what the thread that parsed the answer still held
 // besides the records just before it ended, which is the capacity its
 // thread-local JSON parser keeps between answers (-1 where mallinfo2 is missing).
 //
