@@ -9,9 +9,10 @@
 // allocator keeps counts here). heap: the bytes the allocator has handed out
 // and not got back at that moment (glibc's mallinfo2): what the records hold,
 // plus the storage of the finished answer document that the platform keeps for
-// the next answer (allocated whole, resident only where the answer used it). parser: what the thread that parsed the answer still held
-// besides the records just before it ended, which is the capacity its
-// thread-local JSON parser keeps between answers (-1 where mallinfo2 is missing).
+// the next answer (allocated whole, resident only where the answer used it).
+// parser: what the thread that parsed the answer still held besides the
+// records just before it ended, which is the capacity its thread-local JSON
+// parser keeps between answers (-1 where mallinfo2 is missing).
 //
 // The decode runs on a thread of its own that ends after it, as an answer is
 // decoded on a transport's thread.
