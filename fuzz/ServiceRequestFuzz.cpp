@@ -1,10 +1,11 @@
-// The reference service's request handling: the service runs in this process
-// on a loopback port, seeded from the shipped simulation file, and each input
-// is one request with the application's credentials. Byte 0 picks GET (even)
-// or POST (odd); up to the first newline follows the path below "/lqsapi/"
-// (bytes outside printable ASCII percent-encoded), the rest is the body.
-// Every request must be answered, and never with 500: that is what the HTTP
-// server makes of an exception the service's handlers let escape.
+// The reference service's request handling, driven in process without a
+// socket: the service is seeded from the shipped simulation file, and each
+// input is one request with the application's credentials. Byte 0 picks GET
+// (even) or POST (odd); up to the first newline follows the target below
+// "/lqsapi/" (bytes outside printable ASCII percent-encoded), decoded into a
+// path and query parameters as the HTTP server does; the rest is the body.
+// Every request must be answered with a status other than 500, and no
+// exception may leave the service (over HTTP it would become a 500).
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -19,33 +20,44 @@
 
 namespace {
 
-QVCReferenceService::Options options() {
-    QVCReferenceService::Options given;
-    given.seed = QVCServiceSeed::fromFile(QVC_SOURCE_RESOURCE_DIR "/QVConsumerSimulate.json");
-    given.appID = "fuzz-app";
-    given.appKey = "fuzz-key";
-    return given;
+QVCReferenceService& service() {
+    static QVCReferenceService service([] {
+        QVCReferenceService::Options given;
+        given.seed = QVCServiceSeed::fromFile(QVC_SOURCE_RESOURCE_DIR "/QVConsumerSimulate.json");
+        given.appID = "fuzz-app";
+        given.appKey = "fuzz-key";
+        return given;
+    }());
+    return service;
 }
 
-/// The service and a client that keeps its connection, made for the first input.
-httplib::Client& client() {
-    static QVCReferenceService service(options());
-    static httplib::Client client("127.0.0.1", service.start());
-    return client;
-}
-
-std::string pathFrom(std::string_view text) {
-    std::string path = "/lqsapi/";
+std::string targetFrom(std::string_view text) {
+    std::string target = "/lqsapi/";
     for (const unsigned char c : text) {
         if (c > 0x20 && c < 0x7f) {
-            path += static_cast<char>(c);
+            target += static_cast<char>(c);
         } else {
             char escaped[4];
             std::snprintf(escaped, sizeof escaped, "%%%02X", c);
-            path += escaped;
+            target += escaped;
         }
     }
-    return path;
+    return target;
+}
+
+/// The request the HTTP server would make of the method, target and body.
+httplib::Request requestFrom(bool post, const std::string& target, std::string body) {
+    httplib::Request request;
+    request.method = post ? "POST" : "GET";
+    request.target = target;
+    const auto query = target.find('?');
+    request.path = httplib::detail::decode_url(target.substr(0, query), false);
+    if (query != std::string::npos) {
+        httplib::detail::parse_query_text(target.substr(query + 1), request.params);
+    }
+    request.headers = {{"X-App-Id", "fuzz-app"}, {"X-App-Key", "fuzz-key"}};
+    request.body = std::move(body);
+    return request;
 }
 
 }  // namespace
@@ -56,16 +68,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     std::string_view text = fuzzText(data + 1, size - 1);
     const auto newline = text.find('\n');
-    const std::string path = pathFrom(text.substr(0, newline));
-    const std::string body(newline == std::string_view::npos ? std::string_view() : text.substr(newline + 1));
-    const httplib::Headers headers{{"X-App-Id", "fuzz-app"}, {"X-App-Key", "fuzz-key"}};
-    const auto result =
-        data[0] % 2 == 0 ? client().Get(path, headers) : client().Post(path, headers, body, "application/json");
-    if (!result) {
-        fuzzFinding("no answer to " + path + ": " + httplib::to_string(result.error()));
-    }
-    if (result->status == 500) {
-        fuzzFinding("answer 500 to " + path + ": " + result->body);
+    const auto request = requestFrom(data[0] % 2 == 1, targetFrom(text.substr(0, newline)),
+                                     std::string(newline == std::string_view::npos ? "" : text.substr(newline + 1)));
+    httplib::Response response;
+    service().handle(request, response);
+    if (response.status == -1 || response.status == 500) {
+        fuzzFinding("answer " + std::to_string(response.status) + " to " + request.target + ": " + response.body);
     }
     return 0;
 }

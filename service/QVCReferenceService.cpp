@@ -10,8 +10,10 @@
 #include <functional>
 #include <map>
 #include <mutex>
+#include <regex>
 #include <stdexcept>
 #include <thread>
+#include <vector>
 
 #include "service/QVCServiceDocuments.h"
 #include "service/QVCServiceFaults.h"
@@ -68,6 +70,9 @@ int portOf(const sockaddr_storage& address) {
 /// process's descriptors by the two ports, makes closing it send a reset, and
 /// shuts it down so that nothing more is written to it.
 void resetConnection(const httplib::Request& request) {
+    if (request.local_port < 0) {
+        return;  // served without a socket
+    }
     std::error_code error;
     for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd", error)) {
         int descriptor = -1;
@@ -126,14 +131,43 @@ struct QVCReferenceService::Engine {
         routes();
     }
 
-    using Handler = std::function<void(const httplib::Request&, httplib::Response&)>;
+    /// What serves one route: the request, the route pattern's match on its path, the answer.
+    using Handler = std::function<void(const httplib::Request&, const std::smatch&, httplib::Response&)>;
+
+    struct Route {
+        std::string method;
+        std::regex pattern;
+        Handler handler;
+    };
+    std::vector<Route> table;
+
+    void on(const char* method, const std::string& pattern, Handler handler) {
+        table.push_back({method, std::regex(pattern), std::move(handler)});
+    }
+
+    /// Admits the request, then serves it by the first route whose method and
+    /// pattern match (HEAD as GET); 404 with no body when none does.
+    void handle(const httplib::Request& request, httplib::Response& response) {
+        if (admit(request, response)) {
+            return;
+        }
+        const std::string& method = request.method == "HEAD" ? "GET" : request.method;
+        std::smatch match;
+        for (const auto& route : table) {
+            if (route.method == method && std::regex_match(request.path, match, route.pattern)) {
+                route.handler(request, match, response);
+                return;
+            }
+        }
+        response.status = 404;
+    }
 
     /// Wraps a handler of the service's requests: answers its refusals and
     /// applies the fault taken for the request once it was handled.
     static Handler serve(Handler handler) {
-        return [handler](const httplib::Request& request, httplib::Response& response) {
+        return [handler](const httplib::Request& request, const std::smatch& match, httplib::Response& response) {
             try {
-                handler(request, response);
+                handler(request, match, response);
             } catch (const Refusal& refusal) {
                 refuse(response, refusal.status, refusal.message);
             } catch (const QVCServiceDocuments::Invalid& invalid) {
@@ -154,11 +188,12 @@ struct QVCReferenceService::Engine {
         return *id;
     }
 
-    /// Counts the request, applies the fault that matches it, checks the credentials.
-    httplib::Server::HandlerResponse admit(const httplib::Request& request, httplib::Response& response) {
+    /// Counts the request, applies the fault that matches it, checks the
+    /// credentials; true when that answered it.
+    bool admit(const httplib::Request& request, httplib::Response& response) {
         pendingFault.reset();
         if (request.path.rfind("/__admin/", 0) == 0) {
-            return httplib::Server::HandlerResponse::Unhandled;
+            return false;
         }
         {
             std::lock_guard<std::mutex> lock(countsMutex);
@@ -171,86 +206,89 @@ struct QVCReferenceService::Engine {
                     response.set_header("Retry-After", *fault->retryAfter);
                 }
                 refuse(response, fault->status, "injected fault");
-                return httplib::Server::HandlerResponse::Handled;
+                return true;
             }
             if (fault->action == Action::ResetBeforeBody) {
                 resetConnection(request);
-                return httplib::Server::HandlerResponse::Handled;
+                return true;
             }
             pendingFault = fault;
         }
         if (request.get_header_value("X-App-Id") != options.appID ||
             request.get_header_value("X-App-Key") != options.appKey) {
             refuse(response, 401, "the application id or key is not the service's");
-            return httplib::Server::HandlerResponse::Handled;
+            return true;
         }
-        return httplib::Server::HandlerResponse::Unhandled;
+        return false;
     }
 
     void routes() {
-        server.set_pre_routing_handler(
-            [this](const auto& request, auto& response) { return admit(request, response); });
+        const auto all = [this](const httplib::Request& request, httplib::Response& response) {
+            handle(request, response);
+        };
+        server.Get(".*", all);
+        server.Post(".*", all);
         const std::string consumer = "/lqsapi/consumers/v1/consumer";
         const std::string consumers = "/lqsapi/consumers/v1/consumers/([^/]*)/offers";
-        server.Get("/lqsapi/consumers/v1/data", serve([this](const auto&, auto& response) {
-                       answer(response, 200, {{"consumerRs", store.masterData()}});
-                   }));
-        server.Get(consumer + "/([^/]*)/authenticate", serve([this](const auto& request, auto& response) {
-                       const auto found = store.consumerNamed(request.matches[1]);
-                       if (!found) {
-                           throw Refusal{404, "no consumer named \"" + std::string(request.matches[1]) + "\""};
-                       }
-                       answer(response, 200, {{"consumers", {*found}}});
-                   }));
-        server.Post(consumer, serve([this](const auto& request, auto& response) { saveConsumer(request, response); }));
-        server.Get(consumer + "/([^/]*)/balance/loyalty", serve([this](const auto& request, auto& response) {
-                       const auto balance =
-                           store.balance(knownConsumer(request.matches[1])).value_or(QVCServiceStore::Balance{});
-                       QVCJSON statuses = QVCJSON::array();
-                       if (balance.status) {
-                           statuses.push_back({{"description", *balance.status}});
-                       }
-                       answer(response, 200,
-                              {{"consumerRs",
-                                {{{"loyaltyPoints", balance.points}, {"loyaltyConsumerStatusResponse", statuses}}}}});
-                   }));
-        server.Post(consumer + "/([^/]*)/device", serve([this](const auto& request, auto& response) {
-                        const auto id = knownConsumer(request.matches[1]);
-                        const QVCJSON body = bodyOf(request);
-                        Documents::checkDevice(body);
-                        store.registerDevice(id, body.at("deviceToken"), body.at("deviceType"), body.at("en_Push"));
-                        answer(response, 200, {{"status", "registered"}});
-                    }));
-        server.Get(consumers, serve([this](const auto& request, auto& response) {
-                       knownConsumer(request.matches[1]);
-                       if (request.has_param("offerCode")) {
-                           answer(response, 200, store.offersWithCode(request.get_param_value("offerCode")));
-                           return;
-                       }
-                       std::optional<std::int64_t> facility;
-                       if (request.has_param("facilityId")) {
-                           facility = Documents::wholeNumber(QVCJSON(request.get_param_value("facilityId")));
-                           if (!facility) {
-                               throw Refusal{400, "facilityId must be a whole number"};
-                           }
-                       }
-                       answer(response, 200, store.offers(facility));
-                   }));
-        server.Get(consumers + "/([^/]*)", serve([this](const auto& request, auto& response) {
-                       knownConsumer(request.matches[1]);
-                       const auto offer = store.offerWithID(request.matches[2]);
-                       if (!offer) {
-                           throw Refusal{404, "no offer with id \"" + std::string(request.matches[2]) + "\""};
-                       }
-                       answer(response, 200, *offer);
-                   }));
-        server.Post(consumers + "/([^/]*)/redeems",
-                    serve([this](const auto& request, auto& response) { redeem(request, response); }));
-        const auto unknown = serve([](const httplib::Request& request, httplib::Response&) {
+        on("GET", "/lqsapi/consumers/v1/data", serve([this](const auto&, const auto&, auto& response) {
+               answer(response, 200, {{"consumerRs", store.masterData()}});
+           }));
+        on("GET", consumer + "/([^/]*)/authenticate", serve([this](const auto&, const auto& match, auto& response) {
+               const auto found = store.consumerNamed(match[1]);
+               if (!found) {
+                   throw Refusal{404, "no consumer named \"" + std::string(match[1]) + "\""};
+               }
+               answer(response, 200, {{"consumers", {*found}}});
+           }));
+        on("POST", consumer,
+           serve([this](const auto& request, const auto&, auto& response) { saveConsumer(request, response); }));
+        on("GET", consumer + "/([^/]*)/balance/loyalty", serve([this](const auto&, const auto& match, auto& response) {
+               const auto balance = store.balance(knownConsumer(match[1])).value_or(QVCServiceStore::Balance{});
+               QVCJSON statuses = QVCJSON::array();
+               if (balance.status) {
+                   statuses.push_back({{"description", *balance.status}});
+               }
+               answer(response, 200,
+                      {{"consumerRs",
+                        {{{"loyaltyPoints", balance.points}, {"loyaltyConsumerStatusResponse", statuses}}}}});
+           }));
+        on("POST", consumer + "/([^/]*)/device", serve([this](const auto& request, const auto& match, auto& response) {
+               const auto id = knownConsumer(match[1]);
+               const QVCJSON body = bodyOf(request);
+               Documents::checkDevice(body);
+               store.registerDevice(id, body.at("deviceToken"), body.at("deviceType"), body.at("en_Push"));
+               answer(response, 200, {{"status", "registered"}});
+           }));
+        on("GET", consumers, serve([this](const auto& request, const auto& match, auto& response) {
+               knownConsumer(match[1]);
+               if (request.has_param("offerCode")) {
+                   answer(response, 200, store.offersWithCode(request.get_param_value("offerCode")));
+                   return;
+               }
+               std::optional<std::int64_t> facility;
+               if (request.has_param("facilityId")) {
+                   facility = Documents::wholeNumber(QVCJSON(request.get_param_value("facilityId")));
+                   if (!facility) {
+                       throw Refusal{400, "facilityId must be a whole number"};
+                   }
+               }
+               answer(response, 200, store.offers(facility));
+           }));
+        on("GET", consumers + "/([^/]*)", serve([this](const auto&, const auto& match, auto& response) {
+               knownConsumer(match[1]);
+               const auto offer = store.offerWithID(match[2]);
+               if (!offer) {
+                   throw Refusal{404, "no offer with id \"" + std::string(match[2]) + "\""};
+               }
+               answer(response, 200, *offer);
+           }));
+        on("POST", consumers + "/([^/]*)/redeems",
+           serve([this](const auto& request, const auto& match, auto& response) { redeem(request, match, response); }));
+        const auto unknown = serve([](const httplib::Request& request, const std::smatch&, httplib::Response&) {
             throw Refusal{404, "no such request: " + request.method + " " + request.path};
         });
-        server.Get("/lqsapi/.*", unknown);
-        server.Post("/lqsapi/.*", unknown);
+        on("GET", "/lqsapi/.*", unknown);
+        on("POST", "/lqsapi/.*", unknown);
         adminRoutes();
     }
 
@@ -278,9 +316,9 @@ struct QVCReferenceService::Engine {
         answer(response, 200, {{"consumers", {{"consumerId", result.id}}}});
     }
 
-    void redeem(const httplib::Request& request, httplib::Response& response) {
-        const auto consumerID = knownConsumer(request.matches[1]);
-        const std::string consumerOfferID = request.matches[2];
+    void redeem(const httplib::Request& request, const std::smatch& match, httplib::Response& response) {
+        const auto consumerID = knownConsumer(match[1]);
+        const std::string consumerOfferID = match[2];
         const auto offer = store.offerWithConsumerOfferID(consumerOfferID);
         if (!offer) {
             throw Refusal{404, "no offer with consumer offer id \"" + consumerOfferID + "\""};
@@ -314,23 +352,26 @@ struct QVCReferenceService::Engine {
     }
 
     void adminRoutes() {
-        server.Get("/__admin/health", [](const auto&, auto& response) { answer(response, 200, {{"status", "ok"}}); });
-        server.Get("/__admin/state", [this](const auto&, auto& response) {
+        on("GET", "/__admin/health", [](const auto&, const auto&, auto& response) {
+            answer(response, 200, {{"status", "ok"}});
+        });
+        on("GET", "/__admin/state", [this](const auto&, const auto&, auto& response) {
             QVCJSON state = store.state();
             std::lock_guard<std::mutex> lock(countsMutex);
             state["requestCounts"] = counts;
             state["faults"] = faults.pending();
             answer(response, 200, state);
         });
-        server.Post("/__admin/reset", [this](const auto&, auto& response) {
+        on("POST", "/__admin/reset", [this](const auto&, const auto&, auto& response) {
             store.load(options.seed);
             faults.clear();
             std::lock_guard<std::mutex> lock(countsMutex);
             counts.clear();
             answer(response, 200, {{"status", "reset"}});
         });
-        server.Get("/__admin/faults", [this](const auto&, auto& response) { answer(response, 200, faults.pending()); });
-        server.Post("/__admin/faults", [this](const auto& request, auto& response) {
+        on("GET", "/__admin/faults",
+           [this](const auto&, const auto&, auto& response) { answer(response, 200, faults.pending()); });
+        on("POST", "/__admin/faults", [this](const auto& request, const auto&, auto& response) {
             try {
                 const QVCJSON body = QVCJSON::parse(request.body);
                 for (const auto& description : body.is_array() ? body : QVCJSON::array({body})) {
@@ -373,4 +414,8 @@ void QVCReferenceService::stop() {
 
 std::string QVCReferenceService::url() const {
     return engine_->url;
+}
+
+void QVCReferenceService::handle(const httplib::Request& request, httplib::Response& response) {
+    engine_->handle(request, response);
 }

@@ -6,6 +6,11 @@
 
 #include "platform/QVCJSON.h"
 
+namespace httplib {
+struct Request;
+struct Response;
+}  // namespace httplib
+
 /// A local stand-in for the loyalty and offers service: it serves the ten
 /// requests of the library under "/lqsapi/" over HTTP, keeps its state in
 /// SQLite (QVCServiceStore), checks the application's credentials, and
@@ -37,6 +42,11 @@ public:
     void stop();
     /// "http://host:port/" once started.
     std::string url() const;
+
+    /// Answers one request as the HTTP server does, without a socket (faults
+    /// that act on the connection do nothing): request carries the method, the
+    /// decoded path, the raw target, the query parameters, headers and body.
+    void handle(const httplib::Request& request, httplib::Response& response);
 
 private:
     struct Engine;
