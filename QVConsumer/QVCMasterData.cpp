@@ -14,8 +14,10 @@ namespace {
 /// A list of QVCMasterType entries whose code is read from codeKey. A missing
 /// list is empty; any other value that is not a list (null included) raises.
 QVCMasterData::MasterTypes readMasterTypes(const QVCReader& document, const char* list, const char* codeKey) {
+    const QVCReader entries = document.member(list);
     QVCMasterData::MasterTypes types;
-    document.member(list).forEach([&](const QVCReader& entry) {
+    types.reserve(entries.count());
+    entries.forEach([&](const QVCReader& entry) {
         auto type = std::make_shared<QVCMasterType>();
         type->activeFlag = entry.flag("activeFlag");
         type->typeDescription = entry.text("description");
@@ -27,8 +29,10 @@ QVCMasterData::MasterTypes readMasterTypes(const QVCReader& document, const char
 }
 
 std::vector<std::shared_ptr<QVCState>> readStates(const QVCReader& document) {
+    const QVCReader entries = document.member("states");
     std::vector<std::shared_ptr<QVCState>> states;
-    document.member("states").forEach([&](const QVCReader& entry) {
+    states.reserve(entries.count());
+    entries.forEach([&](const QVCReader& entry) {
         auto state = std::make_shared<QVCState>();
         auto stateID = std::make_shared<QVCStateID>();
         // A presence test: any value under the key, "N" and null included, makes the state active.
@@ -49,8 +53,10 @@ std::vector<std::shared_ptr<QVCCountry>> readCountries(const QVCReader& document
     std::vector<std::shared_ptr<QVCCountry>> countries;
     const QVCReader occupations = document.member("occupationTypes");
     const std::size_t occupationCount = occupations.count();
+    const QVCReader entries = document.member("country");
+    countries.reserve(entries.count());
     std::size_t index = 0;
-    document.member("country").forEach([&](const QVCReader& entry) {
+    entries.forEach([&](const QVCReader& entry) {
         auto country = std::make_shared<QVCCountry>();
         country->countryCode = entry.text("countryCode");
         country->activeFlag = entry.flag("activeFlag");
