@@ -185,7 +185,11 @@ std::optional<Output> runPushToken(Context& context) {
 }
 
 std::optional<Output> runDemo(Context& context) {
-    tellJourney(context.session, context.session.manager().simulatePath().value_or("the live service"));
+    if (context.input.live) {
+        tellJourneyLive(context.session);
+    } else {
+        tellJourney(context.session, context.session.manager().simulatePath().value_or("the live service"));
+    }
     return std::nullopt;
 }
 
@@ -242,7 +246,13 @@ const std::vector<Subcommand>& subcommands() {
         {"push-token", "register the device's push token",
          [](App& command, Input& input) { command.add_option("token", input.token, "device token")->required(); },
          nullptr, true, runPushToken},
-        {"demo", "the whole shopper journey against the simulation file", nullptr, nullptr, false, runDemo},
+        {"demo", "the whole shopper journey against the simulation file",
+         [](App& command, Input& input) {
+             command.add_flag("--live", input.live,
+                              "start a reference service in-process, seeded from the simulation file, and run "
+                              "the journey against it over HTTP");
+         },
+         nullptr, false, runDemo},
     };
     return all;
 }

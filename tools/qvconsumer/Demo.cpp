@@ -10,7 +10,6 @@
 #include "QVConsumer/QVCOffer.h"
 #include "QVConsumer/QVCReservationProduct.h"
 #include "Steps.h"
-#include "Table.h"
 
 namespace {
 

@@ -23,6 +23,7 @@ struct Input {
     std::string amount;
     std::string reference;
     std::string token;
+    bool live = false;
 
     // Made by the checks, before anything is sent.
     nlohmann::json profile;
