@@ -53,7 +53,9 @@ void tellJourneyLive(Session& session) {
 #else
 
 void tellJourneyLive(Session&) {
-    throw Failure(ExitUsage, "demo --live needs the reference service, which this build of qvconsumer leaves out");
+    throw Failure(ExitUsage,
+                  "demo --live needs the reference service, which this build of qvconsumer leaves out "
+                  "(configure with -DQVC_BUILD_SERVICE=ON)");
 }
 
 #endif
