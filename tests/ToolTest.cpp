@@ -250,6 +250,20 @@ TEST(ToolFailures, OutputThatCannotBeWrittenIsNotSuccess) {
     EXPECT_EQ(run.err, "qvconsumer: the output could not be written\n");
 }
 
+TEST(ToolLiveDemo, TellsTheSameJourneyOverHTTPToItsOwnService) {
+#ifndef QVC_TESTS_WITH_SERVICE
+    GTEST_SKIP() << "the reference service is not built";
+#endif
+    const ToolRun run = runTool({"demo", "--live", "--verbose"});
+    ASSERT_EQ(run.status, 0) << run.err;
+    const auto afterFirstLine = [](const std::string& text) { return text.substr(text.find('\n')); };
+    EXPECT_EQ(afterFirstLine(run.out), afterFirstLine(golden("demo.txt")));
+    EXPECT_THAT(run.out, HasSubstr("answered by the reference service at http://127.0.0.1:"));
+    // The redemption went to the in-process service, which recorded it.
+    EXPECT_THAT(run.err, ::testing::ContainsRegex("POST http://127\\.0\\.0\\.1:[0-9]+/lqsapi/consumers/v1/consumers/"
+                                                  "1001/offers/[0-9]+/redeems -> 201"));
+}
+
 TEST(ToolDiagnostics, VersionAndVerboseExchanges) {
     const ToolRun version = runTool({"--version"});
     EXPECT_EQ(version.status, 0) << version.err;

@@ -1,128 +1,43 @@
 #include "Commands.h"
 
-#include <charconv>
-#include <cmath>
-#include <iostream>
-#include <sstream>
+#include <CLI/CLI.hpp>
 
-#include "Present.h"
+#include <iostream>
+
+#include "Demo.h"
 #include "Profile.h"
-#include "QVConsumer/OfferDetails.h"
-#include "QVConsumer/OfferType.h"
 #include "QVConsumer/QVCConsumerInfo.h"
 #include "QVConsumer/QVCMasterData.h"
 #include "QVConsumer/QVCOffer.h"
 #include "QVConsumer/QVCPersonalInfo.h"
 #include "QVConsumer/QVCProduct.h"
-#include "QVConsumer/QVCReservationProduct.h"
-#include "Table.h"
-#include "platform/QVCFileText.h"
+#include "Steps.h"
 
 namespace {
 
 using Manager = QVConsumerManager;
 
-/// Prints the presentation as JSON (--json) or in its readable form.
-void emit(const Session& session, const Presented& presented, const std::function<void()>& readable) {
-    if (session.options().json) {
-        std::cout << presented.dump(2) << '\n';
-    } else {
-        readable();
+// Checks of the input, before anything is sent.
+
+/// The profile from the file and the options; refuses one that cannot be applied.
+void checkProfile(Input& input) {
+    input.profile = profileFrom(input.profileOptions);
+    QVCConsumerInfo scratch;
+    applyProfile(scratch, input.profile, profileSource(input.profileOptions));
+}
+
+void checkCartTotal(Input& input) {
+    parseAmount(input.cartTotal, "cart total");
+}
+
+void checkBasket(Input& input) {
+    for (const auto& item : input.items) {
+        input.basket.push_back(parseBasketItem(item));
     }
 }
 
-/// An amount (a price, a total) in decimal notation, 0 or more; context
-/// follows the quoted text in the message that refuses it.
-double parseAmount(const std::string& text, const std::string& what, const std::string& context = "") {
-    double value = 0;
-    const char* end = text.data() + text.size();
-    auto result = std::from_chars(text.data(), end, value);
-    const std::string quoted = what + " \"" + text + "\"" + context;
-    if (text.empty() || result.ec != std::errc() || result.ptr != end || !std::isfinite(value)) {
-        throw Failure(ExitUsage, quoted + " is not a number");
-    }
-    if (value < 0) {
-        throw Failure(ExitUsage, quoted + " is negative");
-    }
-    return value;
-}
-
-std::int64_t parseInteger(const std::string& text, const std::string& what) {
-    std::int64_t value = 0;
-    const char* end = text.data() + text.size();
-    auto result = std::from_chars(text.data(), end, value);
-    if (text.empty() || result.ec != std::errc() || result.ptr != end) {
-        throw Failure(ExitUsage, what + " \"" + text + "\" is not an integer");
-    }
-    return value;
-}
-
-/// "ID:PRICE[:QUANTITY]" as a basket product; quantity 1 when left out.
-std::shared_ptr<QVCProduct> parseBasketItem(const std::string& item) {
-    std::vector<std::string> parts;
-    std::stringstream stream(item);
-    for (std::string part; std::getline(stream, part, ':');) {
-        parts.push_back(part);
-    }
-    if (parts.size() < 2 || parts.size() > 3) {
-        throw Failure(ExitUsage, "basket item \"" + item + "\" is not ID:PRICE[:QUANTITY]");
-    }
-    auto product = std::make_shared<QVCProduct>();
-    product->productId = parseInteger(parts[0], "product id in basket item \"" + item + "\":");
-    parseAmount(parts[1], "price", " in basket item \"" + item + "\"");
-    product->price = parts[1];
-    product->quantity = parts.size() == 3 ? parseInteger(parts[2], "quantity in basket item \"" + item + "\":") : 1;
-    if (product->quantity < 1) {
-        throw Failure(ExitUsage, "quantity in basket item \"" + item + "\" must be at least 1");
-    }
-    return product;
-}
-
-nlohmann::json readProfileFile(const std::string& path) {
-    std::string text;
-    try {
-        text = QVCFileText::read(path);
-    } catch (const QVCFileText::Unreadable& unreadable) {
-        throw Failure(ExitUsage, std::string("profile file ") + unreadable.what());
-    }
-    try {
-        return nlohmann::json::parse(text);
-    } catch (const nlohmann::json::parse_error& error) {
-        throw Failure(ExitUsage, "profile file \"" + path + "\" is not valid JSON: " + error.what());
-    }
-}
-
-/// The profile options as a profile object: the file's members, then the options given.
-nlohmann::json profileFrom(const ProfileOptions& options) {
-    nlohmann::json profile = options.file ? readProfileFile(*options.file) : nlohmann::json::object();
-    const std::pair<const char*, const std::optional<std::string>*> given[] = {
-        {"userName", &options.userName},
-        {"firstName", &options.firstName},
-        {"middleName", &options.middleName},
-        {"lastName", &options.lastName},
-        {"suffix", &options.suffix},
-        {"email", &options.email},
-        {"phone", &options.phone},
-        {"birthMonthDay", &options.birthMonthDay},
-        {"addressLine1", &options.line1},
-        {"city", &options.city},
-        {"postalCode", &options.postalCode},
-        {"stateCode", &options.stateCode},
-        {"countryCode", &options.countryCode},
-    };
-    if (profile.is_object()) {
-        for (const auto& [key, value] : given) {
-            if (*value) {
-                profile[key] = **value;
-            }
-        }
-    }
-    return profile;
-}
-
-/// Sets the profile options on consumer.
-void applyProfileOptions(QVCConsumerInfo& consumer, const ProfileOptions& options, const nlohmann::json& profile) {
-    applyProfile(consumer, profile, options.file ? *options.file : std::string("the options"));
+void checkAmount(Input& input) {
+    input.amountValue = parseAmount(input.amount, "amount");
 }
 
 /// Refuses a new consumer without a user name, a first name or a last name.
@@ -143,21 +58,29 @@ void requireNames(const QVCConsumerInfo& consumer) {
     }
 }
 
-void printConsumer(const Session& session, const QVCConsumerInfo& consumer) {
-    auto presented = presentConsumer(consumer);
-    emit(session, presented, [&] { printFields(std::cout, presented); });
+// The calls and their presentations.
+
+Output fields(Presented presented) {
+    return {std::move(presented), printFields};
+}
+
+Output consumerOutput(const QVCConsumerInfo& consumer) {
+    return fields(presentConsumer(consumer));
+}
+
+Output offerOutput(const QVCOffer& offer) {
+    return {presentOffer(offer), printOffer};
 }
 
 std::shared_ptr<QVCOffer> offerByCode(Session& session, const std::string& code) {
     auto& manager = session.manager();
+    const std::string what = "offer-code \"" + code + "\"";
     auto [offer, error, exception] = session.call<Manager::OfferCompletion>(
-        "offer-code \"" + code + "\"", [&](auto completion) { manager.getOfferWithOfferCode(code, completion); });
-    if (!offer) {
-        throw Failure(ExitServiceError, "offer-code \"" + code + "\": the service returned no offer");
-    }
-    return offer;
+        what, [&](auto completion) { manager.getOfferWithOfferCode(code, completion); });
+    return returned(offer, what, "offer");
 }
 
+/// Sends profile as a sign-up or as an update; the consumer the service answers with.
 std::shared_ptr<QVCConsumerInfo> sendProfile(Session& session, const std::string& what,
                                              const std::shared_ptr<QVCConsumerInfo>& profile, bool signUp) {
     auto& manager = session.manager();
@@ -168,199 +91,183 @@ std::shared_ptr<QVCConsumerInfo> sendProfile(Session& session, const std::string
             manager.updateConsumerProfile(profile, completion);
         }
     });
-    if (!consumer) {
-        throw Failure(ExitServiceError, what + ": the service returned no consumer");
+    return returned(consumer, what, "consumer");
+}
+
+std::optional<Output> runMasterData(Context& context) {
+    return Output{presentMasterData(*readMasterData(context.session)), printMasterData};
+}
+
+/// The user name from the argument, otherwise from --user.
+std::optional<Output> runAuthenticate(Context& context) {
+    const auto name = context.input.userName ? context.input.userName : context.session.options().userName;
+    if (!name) {
+        throw Failure(ExitUsage, "authenticate needs a user name: authenticate USER, or --user USER");
     }
-    return consumer;
+    return consumerOutput(*context.session.authenticate(*name));
+}
+
+std::optional<Output> runSignUp(Context& context) {
+    auto consumer = std::make_shared<QVCConsumerInfo>();
+    applyProfile(*consumer, context.input.profile, profileSource(context.input.profileOptions));
+    requireNames(*consumer);
+    return consumerOutput(*sendProfile(context.session, "sign-up", consumer, true));
+}
+
+/// Starts from the --user consumer's profile as read, otherwise from a new
+/// record; applies the options given; absent texts go out empty.
+std::optional<Output> runUpdateProfile(Context& context) {
+    auto consumer = context.signedIn ? context.signedIn : std::make_shared<QVCConsumerInfo>();
+    applyProfile(*consumer, context.input.profile, profileSource(context.input.profileOptions));
+    fillAbsentValues(*consumer);
+    return consumerOutput(*sendProfile(context.session, "update-profile", consumer, false));
+}
+
+std::optional<Output> runLoyalty(Context& context) {
+    auto [points, description, error, exception] = readLoyalty(context.session);
+    return fields({{"points", points}, {"status", presentText(description)}});
+}
+
+std::optional<Output> runOffers(Context& context) {
+    Presented presented = Presented::array();
+    for (const auto& offer : allOffers(context.session)) {
+        presented.push_back(presentOffer(*offer));
+    }
+    return Output{presented, [](std::ostream& out, const Presented& offers) { printOfferTable(out, offers); }};
+}
+
+std::optional<Output> runOffer(Context& context) {
+    auto& manager = context.session.manager();
+    const std::string& offerID = context.input.offerID;
+    const std::string what = "offer \"" + offerID + "\"";
+    auto [offer, error, exception] = context.session.call<Manager::OfferCompletion>(
+        what, [&](auto completion) { manager.getOfferDetailsWithOfferID(QVCJSON(offerID), completion); });
+    return offerOutput(*returned(offer, what, "offer"));
+}
+
+std::optional<Output> runOfferCode(Context& context) {
+    return offerOutput(*offerByCode(context.session, context.input.code));
+}
+
+std::optional<Output> runRulesCheck(Context& context) {
+    const Input& input = context.input;
+    readLoyalty(context.session);
+    auto offer = offerByCode(context.session, input.code);
+    std::shared_ptr<QVCProduct> product;
+    if (input.productID) {
+        product = std::make_shared<QVCProduct>();
+        product->productId = *input.productID;
+    }
+    auto& manager = context.session.manager();
+    auto [passed, error] = context.session.call<Manager::RulesCheckCompletion>(
+        "rules-check \"" + input.code + "\"",
+        [&](auto completion) { manager.offerRulesCheck(offer, input.cartTotal, product, completion); }, true);
+    std::string reason = error && !error->errorMessages().empty() ? error->errorMessages().front() : "";
+    return fields(
+        {{"offerCode", input.code}, {"passed", passed}, {"reason", passed ? Presented() : Presented(reason)}});
+}
+
+std::optional<Output> runValidate(Context& context) {
+    readLoyalty(context.session);
+    return Output{validateBasket(context.session, context.input.code, context.input.basket),
+                  [](std::ostream& out, const Presented& validation) { printValidation(out, validation); }};
+}
+
+std::optional<Output> runRedeem(Context& context) {
+    const Input& input = context.input;
+    auto location = redeem(context.session, input.code, input.amountValue, input.reference);
+    return fields({{"offerCode", input.code}, {"location", presentText(location)}});
+}
+
+std::optional<Output> runPushToken(Context& context) {
+    const bool registered = registerPushToken(context.session, context.input.token);
+    return fields({{"registered", registered}, {"consumerID", presentText(context.session.manager().consumerID())}});
+}
+
+std::optional<Output> runDemo(Context& context) {
+    if (context.input.live) {
+        tellJourneyLive(context.session);
+    } else {
+        tellJourney(context.session, context.session.manager().simulatePath().value_or("the live service"));
+    }
+    return std::nullopt;
+}
+
+// Arguments and options that several subcommands take.
+
+void declareCode(CLI::App& command, Input& input) {
+    command.add_option("code", input.code, "offer code")->required();
+}
+
+void declareProfile(CLI::App& command, Input& input) {
+    addProfileOptions(command, input.profileOptions);
 }
 
 }  // namespace
 
-AwaitFor<Manager::LoyaltyCompletion>::type::Values readLoyalty(Session& session) {
-    auto& manager = session.manager();
-    return session.call<Manager::LoyaltyCompletion>("loyalty",
-                                                    [&](auto completion) { manager.retrieveLoyaltyInfo(completion); });
+const std::vector<Subcommand>& subcommands() {
+    using App = CLI::App;
+    static const std::vector<Subcommand> all = {
+        {"master-data", "the reference code lists", nullptr, nullptr, true, runMasterData},
+        {"authenticate", "look a consumer up by user name",
+         [](App& command, Input& input) {
+             command.add_option("user-name", input.userName, "user name (--user when left out)");
+         },
+         nullptr, false, runAuthenticate},
+        {"sign-up", "register a new consumer", declareProfile, checkProfile, false, runSignUp},
+        {"update-profile", "rewrite the consumer's profile", declareProfile, checkProfile, true, runUpdateProfile},
+        {"loyalty", "the consumer's loyalty balance", nullptr, nullptr, true, runLoyalty},
+        {"offers", "the consumer's offers at the facility", nullptr, nullptr, true, runOffers},
+        {"offer", "one offer by its id",
+         [](App& command, Input& input) { command.add_option("offer-id", input.offerID, "offer id")->required(); },
+         nullptr, true, runOffer},
+        {"offer-code", "one offer by the code a shopper types", declareCode, nullptr, true, runOfferCode},
+        {"rules-check", "check an offer's rules locally against a cart total and a product",
+         [](App& command, Input& input) {
+             declareCode(command, input);
+             command.add_option("--cart-total", input.cartTotal, "purchase total")->required();
+             command.add_option("--product-id", input.productID, "product the offer is to apply to");
+         },
+         checkCartTotal, true, runRulesCheck},
+        {"validate", "what an offer code is worth against a basket",
+         [](App& command, Input& input) {
+             declareCode(command, input);
+             command.add_option("--item", input.items, "basket item ID:PRICE[:QUANTITY] (repeat the option)")
+                 ->required();
+         },
+         checkBasket, true, runValidate},
+        {"redeem", "redeem an offer for a purchase",
+         [](App& command, Input& input) {
+             declareCode(command, input);
+             command.add_option("--amount", input.amount, "purchase amount")->required();
+             command.add_option("--reference", input.reference, "the purchase's reference id")->required();
+         },
+         checkAmount, true, runRedeem},
+        {"push-token", "register the device's push token",
+         [](App& command, Input& input) { command.add_option("token", input.token, "device token")->required(); },
+         nullptr, true, runPushToken},
+        {"demo", "the whole shopper journey against the simulation file",
+         [](App& command, Input& input) {
+             command.add_flag("--live", input.live,
+                              "start a reference service in-process, seeded from the simulation file, and run "
+                              "the journey against it over HTTP");
+         },
+         nullptr, false, runDemo},
+    };
+    return all;
 }
 
-std::vector<std::shared_ptr<QVCOffer>> allOffers(Session& session) {
-    auto& manager = session.manager();
-    auto [offers, error, exception] = session.call<Manager::OffersCompletion>(
-        "offers", [&](auto completion) { manager.getAllOffersWithCompletionHandler(completion); });
-    return offers.value_or(std::vector<std::shared_ptr<QVCOffer>>{});
-}
-
-Presented validateBasket(Session& session, const std::string& offerCode, const Manager::Products& basket) {
-    auto& manager = session.manager();
-    auto [valid, products, amountOff, error, exception] = session.call<Manager::ValidationCompletion>(
-        "validate \"" + offerCode + "\"",
-        [&](auto completion) { manager.validateOfferWithOfferCode(offerCode, basket, completion); });
-    // An amount offer hands the basket's own products back: those have no discounted price.
-    Presented lines = Presented::array();
-    const auto& priced = products.value_or(Manager::Products{});
-    for (std::size_t i = 0; i < basket.size(); ++i) {
-        Presented line = presentProduct(*basket[i]);
-        line["discountedPrice"] =
-            i < priced.size() && priced[i] != basket[i] ? presentText(priced[i]->price) : Presented(nullptr);
-        lines.push_back(std::move(line));
+int perform(const Subcommand& subcommand, Session& session, Input& input) {
+    if (subcommand.check) {
+        subcommand.check(input);
     }
-    return {{"offerCode", offerCode}, {"valid", valid}, {"amountOff", presentText(amountOff)}, {"basket", lines}};
-}
-
-void printValidation(std::ostream& out, const Presented& validation, const std::string& indent) {
-    Table table({{"PRODUCT", Table::Align::Right},
-                 {"QTY", Table::Align::Right},
-                 {"PRICE", Table::Align::Right},
-                 {"DISCOUNTED", Table::Align::Right}});
-    for (const auto& line : validation["basket"]) {
-        table.addRow(
-            {shown(line["productId"]), shown(line["quantity"]), shown(line["price"]), shown(line["discountedPrice"])});
+    Context context{session, input, subcommand.signsIn ? session.signIn() : nullptr};
+    if (auto output = subcommand.run(context)) {
+        if (session.options().json) {
+            std::cout << output->presented.dump(2) << '\n';
+        } else {
+            output->print(std::cout, output->presented);
+        }
     }
-    table.print(out, indent);
-    out << indent << "valid: " << shown(validation["valid"]);
-    if (!validation["amountOff"].is_null()) {
-        out << ", amount off: " << shown(validation["amountOff"]);
-    }
-    out << '\n';
-}
-
-int runMasterData(Session& session) {
-    session.signIn();
-    auto& manager = session.manager();
-    auto [data, error, exception] = session.call<Manager::MasterDataCompletion>(
-        "master-data", [&](auto completion) { manager.getMasterDataWithCompletionWithCompletion(completion); });
-    if (!data) {
-        throw Failure(ExitServiceError, "master-data: the service returned no reference lists");
-    }
-    auto presented = presentMasterData(*data);
-    emit(session, presented, [&] { printMasterData(std::cout, presented); });
-    return ExitSuccess;
-}
-
-int runAuthenticate(Session& session, const std::optional<std::string>& userName) {
-    const auto name = userName ? userName : session.options().userName;
-    if (!name) {
-        throw Failure(ExitUsage, "authenticate needs a user name: authenticate USER, or --user USER");
-    }
-    printConsumer(session, *session.authenticate(*name));
-    return ExitSuccess;
-}
-
-int runSignUp(Session& session, const ProfileOptions& options) {
-    auto consumer = std::make_shared<QVCConsumerInfo>();
-    applyProfileOptions(*consumer, options, profileFrom(options));
-    requireNames(*consumer);
-    printConsumer(session, *sendProfile(session, "sign-up", consumer, true));
-    return ExitSuccess;
-}
-
-int runUpdateProfile(Session& session, const ProfileOptions& options) {
-    const auto profile = profileFrom(options);
-    QVCConsumerInfo scratch;  // refuses bad options before anything is sent
-    applyProfileOptions(scratch, options, profile);
-    // The consumer's profile as the service returns it, or a new record.
-    auto consumer = session.signIn();
-    if (!consumer) {
-        consumer = std::make_shared<QVCConsumerInfo>();
-    }
-    applyProfileOptions(*consumer, options, profile);
-    fillAbsentValues(*consumer);
-    printConsumer(session, *sendProfile(session, "update-profile", consumer, false));
-    return ExitSuccess;
-}
-
-int runLoyalty(Session& session) {
-    session.signIn();
-    auto [points, description, error, exception] = readLoyalty(session);
-    Presented presented = {{"points", points}, {"status", presentText(description)}};
-    emit(session, presented, [&] { printFields(std::cout, presented); });
-    return ExitSuccess;
-}
-
-int runOffers(Session& session) {
-    session.signIn();
-    Presented presented = Presented::array();
-    for (const auto& offer : allOffers(session)) {
-        presented.push_back(presentOffer(*offer));
-    }
-    emit(session, presented, [&] { printOfferTable(std::cout, presented); });
-    return ExitSuccess;
-}
-
-int runOffer(Session& session, const std::string& offerID) {
-    session.signIn();
-    auto& manager = session.manager();
-    auto [offer, error, exception] = session.call<Manager::OfferCompletion>(
-        "offer \"" + offerID + "\"",
-        [&](auto completion) { manager.getOfferDetailsWithOfferID(QVCJSON(offerID), completion); });
-    if (!offer) {
-        throw Failure(ExitServiceError, "offer \"" + offerID + "\": the service returned no offer");
-    }
-    auto presented = presentOffer(*offer);
-    emit(session, presented, [&] { printOffer(std::cout, presented); });
-    return ExitSuccess;
-}
-
-int runOfferCode(Session& session, const std::string& offerCode) {
-    session.signIn();
-    auto presented = presentOffer(*offerByCode(session, offerCode));
-    emit(session, presented, [&] { printOffer(std::cout, presented); });
-    return ExitSuccess;
-}
-
-int runRulesCheck(Session& session, const std::string& offerCode, const std::string& cartTotal,
-                  std::optional<std::int64_t> productID) {
-    parseAmount(cartTotal, "cart total");
-    session.signIn();
-    readLoyalty(session);
-    auto offer = offerByCode(session, offerCode);
-    std::shared_ptr<QVCProduct> product;
-    if (productID) {
-        product = std::make_shared<QVCProduct>();
-        product->productId = *productID;
-    }
-    auto& manager = session.manager();
-    auto [passed, error] = session.call<Manager::RulesCheckCompletion>(
-        "rules-check \"" + offerCode + "\"",
-        [&](auto completion) { manager.offerRulesCheck(offer, cartTotal, product, completion); }, true);
-    std::string reason = error && !error->errorMessages().empty() ? error->errorMessages().front() : "";
-    Presented presented = {
-        {"offerCode", offerCode}, {"passed", passed}, {"reason", passed ? Presented() : Presented(reason)}};
-    emit(session, presented, [&] { printFields(std::cout, presented); });
-    return ExitSuccess;
-}
-
-int runValidate(Session& session, const std::string& offerCode, const std::vector<std::string>& items) {
-    Manager::Products basket;
-    for (const auto& item : items) {
-        basket.push_back(parseBasketItem(item));
-    }
-    session.signIn();
-    readLoyalty(session);
-    auto presented = validateBasket(session, offerCode, basket);
-    emit(session, presented, [&] { printValidation(std::cout, presented); });
-    return ExitSuccess;
-}
-
-int runRedeem(Session& session, const std::string& offerCode, const std::string& amount,
-              const std::string& referenceID) {
-    const double value = parseAmount(amount, "amount");
-    session.signIn();
-    auto& manager = session.manager();
-    auto [location, error, exception] =
-        session.call<Manager::RedemptionCompletion>("redeem \"" + offerCode + "\"", [&](auto completion) {
-            manager.redeemOfferWithAmount(QVCJSON(value), offerCode, QVCJSON(referenceID), completion);
-        });
-    Presented presented = {{"offerCode", offerCode}, {"location", presentText(location)}};
-    emit(session, presented, [&] { printFields(std::cout, presented); });
-    return ExitSuccess;
-}
-
-int runPushToken(Session& session, const std::string& token) {
-    session.signIn();
-    auto& manager = session.manager();
-    auto [success, error, exception] = session.call<Manager::PushCompletion>(
-        "push-token", [&](auto completion) { manager.setPushDeviceToken(QVCJSON(token), completion); });
-    Presented presented = {{"registered", success}, {"consumerID", presentText(manager.consumerID())}};
-    emit(session, presented, [&] { printFields(std::cout, presented); });
     return ExitSuccess;
 }

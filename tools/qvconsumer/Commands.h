@@ -1,59 +1,50 @@
 #pragma once
 
-#include <cstdint>
+#include <memory>
 #include <optional>
-#include <string>
+#include <ostream>
 #include <vector>
 
+#include "Input.h"
 #include "Present.h"
 #include "Session.h"
 
-/// A consumer profile given on the command line or as a JSON file.
-struct ProfileOptions {
-    std::optional<std::string> file;
-    std::optional<std::string> userName;
-    std::optional<std::string> firstName;
-    std::optional<std::string> middleName;
-    std::optional<std::string> lastName;
-    std::optional<std::string> suffix;
-    std::optional<std::string> email;
-    std::optional<std::string> phone;
-    std::optional<std::string> birthMonthDay;
-    std::optional<std::string> line1;
-    std::optional<std::string> city;
-    std::optional<std::string> postalCode;
-    std::optional<std::string> stateCode;
-    std::optional<std::string> countryCode;
+namespace CLI {
+class App;
+}
+
+/// What a subcommand shows: its presentation, printed as JSON with --json,
+/// otherwise by print.
+struct Output {
+    Presented presented;
+    void (*print)(std::ostream&, const Presented&);
 };
 
-// Steps that several commands share.
+/// What a subcommand's run function works with.
+struct Context {
+    Session& session;
+    const Input& input;
+    /// The --user consumer's profile when the subcommand signs in, otherwise null.
+    std::shared_ptr<QVCConsumerInfo> signedIn;
+};
 
-/// Reads the consumer's loyalty balance; the manager keeps it for the offer rules check.
-AwaitFor<QVConsumerManager::LoyaltyCompletion>::type::Values readLoyalty(Session& session);
-/// The consumer's offers at the facility.
-std::vector<std::shared_ptr<QVCOffer>> allOffers(Session& session);
-/// Validates offerCode against basket: {offerCode, valid, amountOff, basket lines with their discounted prices}.
-Presented validateBasket(Session& session, const std::string& offerCode, const QVConsumerManager::Products& basket);
-/// Prints a validation as a basket table and a verdict line, each line after indent.
-void printValidation(std::ostream& out, const Presented& validation, const std::string& indent = "");
+/// One subcommand of the tool. Each function may be null when there is nothing to do.
+struct Subcommand {
+    const char* name;
+    const char* help;
+    /// Declares its arguments and options, bound to members of Input.
+    void (*declare)(CLI::App&, Input&);
+    /// Checks and converts the input before anything is sent (Failure, ExitUsage).
+    void (*check)(Input&);
+    /// Whether --user is authenticated first, so that the command acts for that consumer.
+    bool signsIn;
+    /// Calls the library and presents the answer; none when it printed as it went.
+    std::optional<Output> (*run)(Context&);
+};
 
-// One function per subcommand; each returns the exit status or throws Failure.
-int runMasterData(Session& session);
-/// The user name from the argument, otherwise from --user.
-int runAuthenticate(Session& session, const std::optional<std::string>& userName);
-/// Refuses a profile without a user name, a first name or a last name.
-int runSignUp(Session& session, const ProfileOptions& profile);
-/// Starts from the --user consumer's profile as read, otherwise from a new
-/// record; applies the options given; absent texts go out empty.
-int runUpdateProfile(Session& session, const ProfileOptions& profile);
-int runLoyalty(Session& session);
-int runOffers(Session& session);
-int runOffer(Session& session, const std::string& offerID);
-int runOfferCode(Session& session, const std::string& offerCode);
-int runRulesCheck(Session& session, const std::string& offerCode, const std::string& cartTotal,
-                  std::optional<std::int64_t> productID);
-int runValidate(Session& session, const std::string& offerCode, const std::vector<std::string>& items);
-int runRedeem(Session& session, const std::string& offerCode, const std::string& amount,
-              const std::string& referenceID);
-int runPushToken(Session& session, const std::string& token);
-int runDemo(Session& session);
+/// Every subcommand, in the order --help lists them.
+const std::vector<Subcommand>& subcommands();
+
+/// Runs subcommand in session: check, sign-in, run, then the output on
+/// stdout. Returns the exit status or throws Failure.
+int perform(const Subcommand& subcommand, Session& session, Input& input);

@@ -1,7 +1,7 @@
 // qvconsumer demo: one shopper's journey told step by step.
 #include <iostream>
 
-#include "Commands.h"
+#include "Demo.h"
 #include "Present.h"
 #include "QVConsumer/OfferDetails.h"
 #include "QVConsumer/OfferType.h"
@@ -9,7 +9,7 @@
 #include "QVConsumer/QVCMasterData.h"
 #include "QVConsumer/QVCOffer.h"
 #include "QVConsumer/QVCReservationProduct.h"
-#include "Table.h"
+#include "Steps.h"
 
 namespace {
 
@@ -49,16 +49,34 @@ Manager::Products basketFor(const QVCOffer& offer) {
     return basket;
 }
 
+/// Prints the offers as a table; the first percentage offer and the first
+/// other offer, which the journey tries.
+std::pair<std::shared_ptr<QVCOffer>, std::shared_ptr<QVCOffer>> listOffers(Session& session) {
+    Presented listed = Presented::array();
+    std::shared_ptr<QVCOffer> percentOffer;
+    std::shared_ptr<QVCOffer> amountOffer;
+    for (const auto& offer : allOffers(session)) {
+        listed.push_back(presentOffer(*offer));
+        auto& pick = isPercentOff(*offer) ? percentOffer : amountOffer;
+        if (!pick) {
+            pick = offer;
+        }
+    }
+    printOfferTable(std::cout, listed, "   ");
+    if (!percentOffer || !amountOffer) {
+        throw Failure(ExitServiceError, "demo: the offers hold no percentage and amount offer to try");
+    }
+    return {percentOffer, amountOffer};
+}
+
 }  // namespace
 
-int runDemo(Session& session) {
+void tellJourney(Session& session, const std::string& answeredBy) {
     auto& manager = session.manager();
-    std::cout << "QVConsumer demo: one shopper's journey, answered by "
-              << manager.simulatePath().value_or("the live service") << '\n';
+    std::cout << "QVConsumer demo: one shopper's journey, answered by " << answeredBy << '\n';
 
     step(1, "Reference lists for the sign-up form");
-    auto [data, dataError, dataException] = session.call<Manager::MasterDataCompletion>(
-        "master-data", [&](auto completion) { manager.getMasterDataWithCompletionWithCompletion(completion); });
+    auto data = readMasterData(session);
     std::cout << "   " << data->ageRangeTypes.size() << " age ranges, " << data->genderTypes.size() << " genders, "
               << data->maritalStatusTypes.size() << " marital statuses, " << data->incomeRangeTypes.size()
               << " income ranges, " << data->educationTypes.size() << " education levels, "
@@ -75,20 +93,7 @@ int runDemo(Session& session) {
     std::cout << "   " << points << " points, status " << shown(status) << '\n';
 
     step(4, "Offers at facility " + std::to_string(manager.facilityInfo()->facilityID));
-    Presented listed = Presented::array();
-    std::shared_ptr<QVCOffer> percentOffer;
-    std::shared_ptr<QVCOffer> amountOffer;
-    for (const auto& offer : allOffers(session)) {
-        listed.push_back(presentOffer(*offer));
-        auto& pick = isPercentOff(*offer) ? percentOffer : amountOffer;
-        if (!pick) {
-            pick = offer;
-        }
-    }
-    printOfferTable(std::cout, listed, "   ");
-    if (!percentOffer || !amountOffer) {
-        throw Failure(ExitServiceError, "demo: the offers hold no percentage and amount offer to try");
-    }
+    auto [percentOffer, amountOffer] = listOffers(session);
 
     int number = 5;
     for (const auto& offer : {percentOffer, amountOffer}) {
@@ -99,15 +104,10 @@ int runDemo(Session& session) {
 
     const std::string code = shown(percentOffer->offerCode);
     step(number++, "Redeem " + code + " for a purchase of 57.00, reference DEMO-0001");
-    auto [location, redeemError, redeemException] = session.call<Manager::RedemptionCompletion>(
-        "redeem \"" + code + "\"",
-        [&](auto completion) { manager.redeemOfferWithAmount(QVCJSON(57.0), code, QVCJSON("DEMO-0001"), completion); });
-    std::cout << "   redemption recorded at " << shown(location) << '\n';
+    std::cout << "   redemption recorded at " << shown(redeem(session, code, 57.0, "DEMO-0001")) << '\n';
 
     step(number, "Register this device for push notifications");
-    auto [registered, pushError, pushException] = session.call<Manager::PushCompletion>(
-        "push-token", [&](auto completion) { manager.setPushDeviceToken(QVCJSON("demo-device-token"), completion); });
+    const bool registered = registerPushToken(session, "demo-device-token");
     std::cout << "   " << (registered ? "registered" : "not registered") << " for consumer "
               << manager.consumerID().value_or("-") << '\n';
-    return ExitSuccess;
 }

@@ -1,5 +1,7 @@
 #include "Profile.h"
 
+#include <CLI/CLI.hpp>
+
 #include <algorithm>
 #include <functional>
 #include <type_traits>
@@ -15,6 +17,7 @@
 #include "QVConsumer/QVCPersonalInfo.h"
 #include "QVConsumer/QVCPhone.h"
 #include "QVConsumer/QVCPreference.h"
+#include "platform/QVCFileText.h"
 
 namespace {
 
@@ -85,12 +88,19 @@ constexpr const char* expected<Text> = "a text or null";
 template <>
 constexpr const char* expected<Codes> = "a list of texts and integers, or null";
 
+/// The command-line option that sets a text member, when it has one.
+struct Option {
+    const char* name = nullptr;
+    const char* help = nullptr;
+};
+
 // A member and where it lives in the record tree; a member whose sub-record
 // is missing is presented as null and cannot be set.
 template <typename T>
 struct Field {
     const char* key;
     std::function<T*(QVCConsumerInfo&)> locate;
+    Option option;
 };
 using AnyField = std::variant<Field<std::int64_t>, Field<bool>, Field<Text>, Field<Codes>>;
 
@@ -98,11 +108,13 @@ template <typename Owner>
 using Locator = std::function<Owner*(QVCConsumerInfo&)>;
 
 template <typename T, typename Owner, typename Holder>
-AnyField field(const char* key, Locator<Owner> owner, T Holder::*member) {
-    return Field<T>{key, [owner, member](QVCConsumerInfo& consumer) -> T* {
+AnyField field(const char* key, Locator<Owner> owner, T Holder::*member, Option option = {}) {
+    return Field<T>{key,
+                    [owner, member](QVCConsumerInfo& consumer) -> T* {
                         Owner* record = owner(consumer);
                         return record ? &(record->*member) : nullptr;
-                    }};
+                    },
+                    option};
 }
 
 const Locator<QVCConsumerInfo> root = [](QVCConsumerInfo& consumer) { return &consumer; };
@@ -123,25 +135,26 @@ const Locator<QVCAddress> address = inContact(&QVCContactInfo::addressInfo);
 const Locator<QVCPreference> preference = [](QVCConsumerInfo& consumer) { return consumer.preference.get(); };
 const Locator<QVCPLoyaltyDetails> loyalty = [](QVCConsumerInfo& consumer) { return consumer.loyaltyDetails.get(); };
 
-/// The profile's members in the order they are shown.
+/// The profile's members in the order they are shown, with their options.
 const std::vector<AnyField>& fields() {
     static const std::vector<AnyField> all = {
         field("consumerID", root, &QVCConsumerInfo::consumerID),
-        field("userName", person, &QVCPersonalInfo::consumerName),
-        field("firstName", root, &QVCConsumerInfo::firstName),
-        field("middleName", root, &QVCConsumerInfo::middleName),
-        field("lastName", root, &QVCConsumerInfo::lastName),
-        field("suffix", root, &QVCConsumerInfo::suffix),
-        field("email", email, &QVCEmail::address),
-        field("phone", phone, &QVCPhone::number),
-        field("addressLine1", address, &QVCAddress::line1),
+        field("userName", person, &QVCPersonalInfo::consumerName, {"--user-name", "user name"}),
+        field("firstName", root, &QVCConsumerInfo::firstName, {"--first-name", "first name"}),
+        field("middleName", root, &QVCConsumerInfo::middleName, {"--middle-name", "middle name"}),
+        field("lastName", root, &QVCConsumerInfo::lastName, {"--last-name", "last name"}),
+        field("suffix", root, &QVCConsumerInfo::suffix, {"--suffix", "name suffix"}),
+        field("email", email, &QVCEmail::address, {"--email", "e-mail address"}),
+        field("phone", phone, &QVCPhone::number, {"--phone", "phone number"}),
+        field("addressLine1", address, &QVCAddress::line1, {"--address", "street address"}),
         field("addressLine2", address, &QVCAddress::line2),
         field("addressLine3", address, &QVCAddress::line3),
-        field("city", address, &QVCAddress::city),
-        field("postalCode", address, &QVCAddress::postalCode),
-        field("stateCode", address, &QVCAddress::stateCode),
-        field("countryCode", address, &QVCAddress::countryCode),
-        field("birthMonthDay", person, &QVCPersonalInfo::dateOfBirth),
+        field("city", address, &QVCAddress::city, {"--city", "city"}),
+        field("postalCode", address, &QVCAddress::postalCode, {"--postal-code", "postal code"}),
+        field("stateCode", address, &QVCAddress::stateCode, {"--state", "state code"}),
+        field("countryCode", address, &QVCAddress::countryCode, {"--country", "country code"}),
+        field("birthMonthDay", person, &QVCPersonalInfo::dateOfBirth,
+              {"--birth-month-day", "birth month and day, as the service writes it"}),
         field("genderTypeCode", person, &QVCPersonalInfo::genderTypeCode),
         field("maritalStatusTypeCode", person, &QVCPersonalInfo::maritalStatusTypeCode),
         field("incomeRangeTypeCode", person, &QVCPersonalInfo::incomeRangeTypeCode),
@@ -174,7 +187,42 @@ const std::vector<AnyField>& fields() {
     return all;
 }
 
+nlohmann::json readProfileFile(const std::string& path) {
+    std::string text;
+    try {
+        text = QVCFileText::read(path);
+    } catch (const QVCFileText::Unreadable& unreadable) {
+        throw Failure(ExitUsage, std::string("profile file ") + unreadable.what());
+    }
+    try {
+        return nlohmann::json::parse(text);
+    } catch (const nlohmann::json::parse_error& error) {
+        throw Failure(ExitUsage, "profile file \"" + path + "\" is not valid JSON: " + error.what());
+    }
+}
+
 }  // namespace
+
+void addProfileOptions(CLI::App& command, ProfileOptions& options) {
+    command.add_option("--profile", options.file, "JSON file holding the profile (as printed by --json)");
+    for (const auto& any : fields()) {
+        if (const auto* text = std::get_if<Field<Text>>(&any); text && text->option.name) {
+            command.add_option(text->option.name, options.given[text->key], text->option.help);
+        }
+    }
+}
+
+nlohmann::json profileFrom(const ProfileOptions& options) {
+    nlohmann::json profile = options.file ? readProfileFile(*options.file) : nlohmann::json::object();
+    if (profile.is_object()) {
+        for (const auto& [key, value] : options.given) {
+            if (value) {
+                profile[key] = *value;
+            }
+        }
+    }
+    return profile;
+}
 
 Presented presentConsumer(const QVCConsumerInfo& consumer) {
     auto& record = const_cast<QVCConsumerInfo&>(consumer);  // the locators only read here
@@ -237,4 +285,8 @@ void fillAbsentValues(QVCConsumerInfo& consumer) {
             },
             any);
     }
+}
+
+std::string profileSource(const ProfileOptions& options) {
+    return options.file ? *options.file : std::string("the options");
 }

@@ -30,38 +30,38 @@ void printExchange(const QVCHTTPExchange& exchange) {
               << " received\n";
 }
 
-}  // namespace
-
-Session::Session(const GlobalOptions& options) : options_(options) {
-    std::int64_t environment;
+std::int64_t environmentOf(const GlobalOptions& options) {
     if (options.environment == "simulation") {
-        environment = QVCEnvironmentSimulation;
-    } else if (options.environment == "live") {
-        environment = QVCEnvironmentLive;
-    } else {
-        throw Failure(ExitUsage, "unknown environment \"" + options.environment + "\" (use simulation or live)");
+        return QVCEnvironmentSimulation;
     }
+    if (options.environment == "live") {
+        return QVCEnvironmentLive;
+    }
+    throw Failure(ExitUsage, "unknown environment \"" + options.environment + "\" (use simulation or live)");
+}
 
-    if (environment == QVCEnvironmentLive && (!options.appID || !options.appKey)) {
-        throw Failure(
-            ExitUsage,
-            "the live environment needs --app-id and --app-key (or QVCONSUMER_APP_ID and QVCONSUMER_APP_KEY)");
-    }
+/// The manager for the company and facility of options; Failure(ExitUsage) when the platform refuses.
+std::shared_ptr<QVConsumerManager> makeManager(const GlobalOptions& options, std::int64_t environment) {
     auto company = std::make_shared<QVCCompanyInfo>();
     company->companyID = options.companyID;
     std::string refusal;
-    manager_ = QVConsumerManager::initWithAppID(
+    auto manager = QVConsumerManager::initWithAppID(
         options.appID.value_or("qvconsumer-cli"), options.appKey.value_or("simulation"), company, options.consumerID,
         environment, [&](bool, const std::shared_ptr<QVCErrorResponse>& error, std::exception_ptr) {
             refusal = error ? error->description() : "";
         });
-    if (!manager_) {
+    if (!manager) {
         throw Failure(ExitUsage, refusal.empty() ? "the platform refused the configuration" : refusal);
     }
     auto facility = std::make_shared<QVCFacilityInfo>();
     facility->facilityID = options.facilityID;
-    manager_->setFacilityInfo(facility);
+    manager->setFacilityInfo(facility);
+    return manager;
+}
 
+/// The configuration the environment variables give, with the options on
+/// top; Failure(ExitUsage) when the live environment cannot work with it.
+QVCPlatformConfiguration configurationFor(const GlobalOptions& options, bool live) {
     auto configuration = QVCPlatformConfiguration::fromEnvironment();
     if (options.serviceURL) {
         configuration.serviceRootURL = *options.serviceURL;
@@ -72,7 +72,7 @@ Session::Session(const GlobalOptions& options) : options_(options) {
     if (options.verbose) {
         configuration.trace = printExchange;
     }
-    if (environment == QVCEnvironmentLive) {
+    if (live) {
         if (configuration.serviceRootURL.empty()) {
             throw Failure(ExitUsage, std::string("the live environment needs --service-url or ") +
                                          QVCPlatformConfiguration::serviceURLVariable);
@@ -81,11 +81,26 @@ Session::Session(const GlobalOptions& options) : options_(options) {
             throw Failure(ExitUsage, problem);
         }
     }
+    return configuration;
+}
+
+}  // namespace
+
+Session::Session(const GlobalOptions& options) : options_(options) {
+    const std::int64_t environment = environmentOf(options);
+    const bool live = environment == QVCEnvironmentLive;
+    if (live && (!options.appID || !options.appKey)) {
+        throw Failure(
+            ExitUsage,
+            "the live environment needs --app-id and --app-key (or QVCONSUMER_APP_ID and QVCONSUMER_APP_KEY)");
+    }
+    manager_ = makeManager(options, environment);
+    const auto configuration = configurationFor(options, live);
     manager_->setPlatformConfiguration(configuration);
     // A reader that refuses an answer raises on the transport's thread, where
     // no completion follows: the hook ends the wait at once.
     manager_->setAnswerExceptionHook(Rendezvous::hook(rendezvous_));
-    waitLimit_ = waitLimit(configuration, environment == QVCEnvironmentLive);
+    waitLimit_ = waitLimit(configuration, live);
 
     if (options.simulationFile) {
         try {
@@ -94,7 +109,7 @@ Session::Session(const GlobalOptions& options) : options_(options) {
             throw Failure(ExitUsage, std::string("simulation file ") + unreadable.what());
         }
         manager_->setSimulatePath(*options.simulationFile);
-    } else if (environment == QVCEnvironmentSimulation && !manager_->simulatePath()) {
+    } else if (!live && !manager_->simulatePath()) {
         throw Failure(ExitUsage,
                       "the simulation file QVConsumerSimulate.json was not found: pass --simulation-file or set "
                       "QVCONSUMER_RESOURCE_DIR");

@@ -77,5 +77,14 @@ private:
     std::shared_ptr<Rendezvous> rendezvous_ = std::make_shared<Rendezvous>();
 };
 
+/// value, or Failure(ExitServiceError) "what: the service returned no noun" when it is absent.
+template <typename Value>
+Value returned(Value value, const std::string& what, const std::string& noun) {
+    if (!value) {
+        throw Failure(ExitServiceError, what + ": the service returned no " + noun);
+    }
+    return value;
+}
+
 /// The message of an exception that the library caught.
 std::string describeException(const std::exception_ptr& exception);
