@@ -213,6 +213,7 @@ QVCJSON QVCServiceDocuments::stored(const QVCJSON& consumer, std::int64_t consum
     QVCJSON storedContact =
         copied(contact, {"contactTypeCode", "firstName", "middleName", "lastName", "suffix", "preferenceTypeCode"});
     storedContact["contactId"] = rowID(1);
+    // array() spelled out: clang reads "= {row}" as a copy of row, not as a list of it.
     storedContact["address"] = QVCJSON::array({address});
     storedContact["email"] = QVCJSON::array({email});
     storedContact["phone"] = QVCJSON::array({phone});

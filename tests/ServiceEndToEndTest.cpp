@@ -1,15 +1,15 @@
 // The library over the live transport against the reference service, in-process on a free port.
 #include <httplib.h>
 
+#include <array>
+#include <set>
 #include <thread>
 
 #include "QVConsumer/QVCConsumerInfo.h"
 #include "QVConsumer/QVCMasterData.h"
 #include "QVConsumer/QVCOffer.h"
 #include "QVConsumer/QVCProduct.h"
-#include "TestSupport.h"
-#include "service/QVCReferenceService.h"
-#include "service/QVCServiceSeed.h"
+#include "ServiceTestSupport.h"
 
 namespace {
 
@@ -18,39 +18,32 @@ using namespace std::chrono_literals;
 
 using M = QVConsumerManager;
 
-class ServiceEndToEnd : public ::testing::Test {
+class ServiceEndToEnd : public ServiceTest {
 protected:
-    ServiceEndToEnd() : service({std::nullopt, shippedSeed(), "app-e2e", "key-e2e"}) {
-        service.start();
-        manager = managerWith("key-e2e");
-    }
+    ServiceEndToEnd() { manager = managerWith(appKey); }
 
-    static const QVCJSON& shippedSeed() {
-        static const QVCJSON seed = QVCServiceSeed::fromFile(QVC_SOURCE_RESOURCE_DIR "/QVConsumerSimulate.json");
-        return seed;
-    }
-
-    std::shared_ptr<M> managerWith(const std::string& appKey) {
+    std::shared_ptr<M> managerWith(const std::string& key, long attemptLimitMs = 500) {
         auto company = std::make_shared<QVCCompanyInfo>();
         company->companyID = 42;
-        auto made = M::initWithAppID("app-e2e", appKey, company, std::nullopt, QVCEnvironmentLive, nullptr);
+        auto made = M::initWithAppID(appID, key, company, std::nullopt, QVCEnvironmentLive, nullptr);
         QVCPlatformConfiguration configuration;
-        configuration.serviceRootURL = service.url();
-        configuration.totalTimeoutMs = 500;
+        configuration.serviceRootURL = service->url();
+        configuration.totalTimeoutMs = attemptLimitMs;
         configuration.retryBaseDelayMs = 1;
         configuration.retryMaxDelayMs = 1000;  // room in the budget for a Retry-After of 1 s
         made->setPlatformConfiguration(configuration);
         return made;
     }
 
-    QVCJSON admin(const std::string& path, const std::optional<QVCJSON>& body = std::nullopt) {
-        httplib::Client client(service.url().substr(0, service.url().size() - 1));
-        auto result = body ? client.Post(path.c_str(), body->dump(), "application/json") : client.Get(path.c_str());
-        EXPECT_TRUE(result && result->status == 200) << path;
-        return result ? QVCJSON::parse(result->body) : QVCJSON();
+    /// Stops the service and starts it again on the database file, with a new manager.
+    void restartOn(const std::string& database) {
+        manager.reset();
+        startService(database);
+        manager = managerWith(appKey);
     }
-    int received(const std::string& path) { return admin("/__admin/state")["requestCounts"].value(path, 0); }
-    std::size_t redemptions() { return admin("/__admin/state")["redemptions"].size(); }
+
+    int received(const std::string& path) { return state()["requestCounts"].value(path, 0); }
+    std::size_t redemptions() { return state()["redemptions"].size(); }
     /// The redemptions once expected are there, or after a bound: a send the client gave up on may still be served.
     std::size_t redemptionsSettled(std::size_t expected) {
         for (int i = 0; i < 100 && redemptions() != expected; ++i) {
@@ -63,13 +56,31 @@ protected:
         return std::get<0>(awaitCall<M::ConsumerCompletion>(
             [&](auto done) { manager->authenticateConsumerWithUserName(userName, done); }));
     }
+    auto loyalty() {
+        return awaitCall<M::LoyaltyCompletion>([&](auto done) { manager->retrieveLoyaltyInfo(done); });
+    }
+    /// Signs up "newbie": the record sent, or null when refused (error then says why).
+    std::shared_ptr<QVCConsumerInfo> signUpNewbie(M::Error* error = nullptr) {
+        auto info = std::make_shared<QVCConsumerInfo>();
+        info->personalInfo->consumerName = "newbie";
+        info->firstName = "Nina";
+        info->lastName = "Newman";
+        info->middleName = info->suffix = "";  // an update sends them unfiltered: absent ones would raise
+        info->personalInfo->contactInfo->emailInfo->address = "nina@example.com";
+        info->preference->preferSmsFlag = true;
+        auto [signedUp, signUpError, exception] =
+            awaitCall<M::ConsumerCompletion>([&](auto done) { manager->signUpNewUserWithDetails(info, done); });
+        if (error) {
+            *error = signUpError;
+        }
+        return signedUp ? info : nullptr;
+    }
     std::tuple<std::optional<std::string>, M::Error, std::exception_ptr> redeem(const std::string& code,
                                                                                 const std::string& reference) {
         return awaitCall<M::RedemptionCompletion>(
             [&](auto done) { manager->redeemOfferWithAmount(QVCJSON("57.00"), code, QVCJSON(reference), done); });
     }
 
-    QVCReferenceService service;
     std::shared_ptr<M> manager;  // let go before the service stops
 };
 
@@ -83,9 +94,6 @@ TEST_F(ServiceEndToEnd, EveryOperationIsServedOverHTTP) {
     EXPECT_EQ(consumer->firstName, "John");
     EXPECT_EQ(manager->consumerID(), "1001");
 
-    auto loyalty = [&] {
-        return awaitCall<M::LoyaltyCompletion>([&](auto done) { manager->retrieveLoyaltyInfo(done); });
-    };
     const auto [points, status, loyaltyError, loyaltyException] = loyalty();
     EXPECT_EQ(points, 1250);
     EXPECT_EQ(status, "Gold");
@@ -114,20 +122,13 @@ TEST_F(ServiceEndToEnd, EveryOperationIsServedOverHTTP) {
 
     EXPECT_TRUE(std::get<0>(awaitCall<M::PushCompletion>(
         [&](auto done) { manager->setPushDeviceToken(QVCJSON("device-token-1"), done); })));
-    EXPECT_EQ(admin("/__admin/state")["deviceTokens"][0]["deviceToken"], "device-token-1");
+    EXPECT_EQ(state()["deviceTokens"][0]["deviceToken"], "device-token-1");
 }
 
 TEST_F(ServiceEndToEnd, SignUpThenAuthenticateReturnsWhatWasStoredAndUpdateRewritesIt) {
-    auto info = std::make_shared<QVCConsumerInfo>();
-    info->personalInfo->consumerName = "newbie";
-    info->firstName = "Nina";
-    info->lastName = "Newman";
-    info->middleName = info->suffix = "";  // an update sends them unfiltered: absent ones would raise
-    info->personalInfo->contactInfo->emailInfo->address = "nina@example.com";
-    info->preference->preferSmsFlag = true;
-    const auto [signedUp, signUpError, signUpException] =
-        awaitCall<M::ConsumerCompletion>([&](auto done) { manager->signUpNewUserWithDetails(info, done); });
-    ASSERT_TRUE(signedUp) << signUpError->description();
+    M::Error signUpError;
+    const auto info = signUpNewbie(&signUpError);
+    ASSERT_TRUE(info) << signUpError->description();
     EXPECT_EQ(info->consumerID, 1003);
 
     auto stored = authenticate("newbie");
@@ -145,10 +146,10 @@ TEST_F(ServiceEndToEnd, SignUpThenAuthenticateReturnsWhatWasStoredAndUpdateRewri
         awaitCall<M::ConsumerCompletion>([&](auto done) { manager->updateConsumerProfile(stored, done); })));
     EXPECT_EQ(authenticate("newbie")->personalInfo->contactInfo->addressInfo->city, "Tucson");
 
-    const auto again = std::get<1>(
-        awaitCall<M::ConsumerCompletion>([&](auto done) { manager->signUpNewUserWithDetails(info, done); }));
+    M::Error again;
+    EXPECT_FALSE(signUpNewbie(&again));
     EXPECT_EQ(again ? again->httpStatus() : 0, 409);
-    EXPECT_EQ(admin("/__admin/state")["consumers"].size(), 3u) << "the refused sign-up stored nothing";
+    EXPECT_EQ(state()["consumers"].size(), 3u) << "the refused sign-up stored nothing";
 }
 
 TEST_F(ServiceEndToEnd, RedemptionStopsAtTheLimitAndARepeatIsNotAppliedAgain) {
@@ -162,14 +163,77 @@ TEST_F(ServiceEndToEnd, RedemptionStopsAtTheLimitAndARepeatIsNotAppliedAgain) {
     EXPECT_EQ(redemptions(), 1u);
 }
 
+TEST_F(ServiceEndToEnd, AFileDatabaseKeepsEverythingAcrossARestartAndIsNotSeededAgain) {
+    TemporaryFolder folder;
+    const std::string database = (folder.path() / "service.db").string();
+    restartOn(database);
+    ASSERT_TRUE(signUpNewbie());
+    ASSERT_TRUE(authenticate("jdoe"));
+    const auto location = std::get<0>(redeem("GOLD20", "POS-1"));
+    ASSERT_TRUE(location);
+    ASSERT_TRUE(std::get<0>(
+        awaitCall<M::PushCompletion>([&](auto done) { manager->setPushDeviceToken(QVCJSON("token-1"), done); })));
+    auto before = state();
+
+    restartOn(database);  // with the seed given again
+    auto after = state();
+    for (auto* held : {&before, &after}) {
+        held->erase("requestCounts");  // counted in memory, since the start
+    }
+    EXPECT_EQ(after, before);
+    const auto newbie = authenticate("newbie");
+    ASSERT_TRUE(newbie);
+    EXPECT_EQ(newbie->lastName, "Newman");
+    ASSERT_TRUE(authenticate("jdoe"));
+    EXPECT_EQ(std::get<0>(loyalty()), 1250 - 500);
+    EXPECT_EQ(std::get<0>(redeem("GOLD20", "POS-1")), location) << "the repeat still finds the first";
+    EXPECT_EQ(state()["redemptions"].size(), 1u);
+    EXPECT_EQ(state()["deviceTokens"][0]["deviceToken"], "token-1");
+}
+
+TEST_F(ServiceEndToEnd, ConcurrentReadsAndRedemptionsCompleteOnceAndNoRedemptionIsLostOrDoubled) {
+    manager = managerWith(appKey, 10000);  // the requests queue for the connections: room for the wait
+    ASSERT_TRUE(authenticate("jdoe"));
+    // FUEL15 may be redeemed 4 times and costs no points: of 8 distinct redemptions, 4 are applied.
+    constexpr int each = 8, limit = 4;
+    std::array<Record<M::LoyaltyCompletion>, each> reads;
+    std::array<Record<M::RedemptionCompletion>, each> sends;
+    for (int i = 0; i < each; ++i) {
+        manager->retrieveLoyaltyInfo(reads[i].completion());
+        manager->redeemOfferWithAmount(QVCJSON("20"), "FUEL15", QVCJSON("POS-" + std::to_string(i)),
+                                       sends[i].completion());
+    }
+    std::set<std::string> locations;
+    int refused = 0;
+    for (int i = 0; i < each; ++i) {
+        EXPECT_EQ(std::get<0>(reads[i].wait()), 1250);
+        const auto [location, error, exception] = sends[i].wait();
+        if (location) {
+            locations.insert(*location);
+        }
+        refused += error && error->httpStatus() == 409;
+    }
+    EXPECT_EQ(locations.size(), std::size_t{limit});
+    EXPECT_EQ(refused, each - limit);
+    const auto after = state();
+    EXPECT_EQ(after["redemptions"].size(), std::size_t{limit});
+    EXPECT_EQ(after["requestCounts"].value("lqsapi/consumers/v1/consumers/1001/offers/9005/redeems", 0), each);
+    EXPECT_EQ(after["requestCounts"].value("lqsapi/consumers/v1/consumer/1001/balance/loyalty", 0), each);
+    std::this_thread::sleep_for(20ms);
+    for (int i = 0; i < each; ++i) {
+        EXPECT_EQ(reads[i].calls, 1);
+        EXPECT_EQ(sends[i].calls, 1);
+    }
+}
+
 TEST_F(ServiceEndToEnd, WrongCredentialsAndBadDocumentsAreRefusedNamingWhatWasWrong) {
     manager = managerWith("not-the-key");
     const auto refused = std::get<1>(awaitCall<M::MasterDataCompletion>(
         [&](auto done) { manager->getMasterDataWithCompletionWithCompletion(done); }));
     EXPECT_EQ(refused ? refused->httpStatus() : 0, 401);
 
-    httplib::Client client(service.url().substr(0, service.url().size() - 1));
-    client.set_default_headers({{"X-App-Id", "app-e2e"}, {"X-App-Key", "key-e2e"}});
+    httplib::Client client(service->url().substr(0, service->url().size() - 1));
+    client.set_default_headers({{"X-App-Id", appID}, {"X-App-Key", appKey}});
     const std::pair<const char*, const char*> cases[] = {
         {R"({"consumers": {"userId": "x"}})", "consumers.quorvexId is missing"},
         {R"({"consumerRq": {"consumers": []}})", "consumerRq.consumers must be an object"},

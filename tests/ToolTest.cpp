@@ -1,64 +1,20 @@
 // The qvconsumer tool, run as a separate process against the shipped simulation file.
 
 #include <httplib.h>
-#include <sys/wait.h>
 
-#include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include <nlohmann/json.hpp>
 
-#include "TestSupport.h"
+#include "ProcessTestSupport.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-
-struct ToolRun {
-    int status = -1;
-    std::string out;
-    std::string err;
-};
-
-std::string readFile(const fs::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    std::ostringstream text;
-    text << file.rdbuf();
-    return text.str();
-}
-
-std::string quoted(const std::string& argument) {
-    std::string text = "'";
-    for (char c : argument) {
-        text += c == '\'' ? std::string("'\\''") : std::string(1, c);
-    }
-    return text + "'";
-}
-
-/// Runs the tool with the given arguments, the shipped simulation file and no
-/// credentials or service settings from the test's own environment; stdout
-/// goes to output when one is named.
-ToolRun runTool(const std::vector<std::string>& arguments, const std::string& output = "") {
-    TemporaryFolder folder;
-    const std::string out = output.empty() ? (folder.path() / "out").string() : output,
-                      err = (folder.path() / "err").string();
-    std::string command =
-        "env -u QVCONSUMER_APP_ID -u QVCONSUMER_APP_KEY -u QVCONSUMER_SERVICE_URL "
-        "QVCONSUMER_RESOURCE_DIR=" +
-        quoted(QVC_SOURCE_RESOURCE_DIR) + " " + quoted(QVC_TOOL_PATH);
-    for (const auto& argument : arguments) {
-        command += " " + quoted(argument);
-    }
-    command += " >" + quoted(out) + " 2>" + quoted(err) + " </dev/null";
-    int raw = std::system(command.c_str());
-    return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, output.empty() ? readFile(out) : "", readFile(err)};
-}
 
 std::string golden(const std::string& name) {
     return readFile(fs::path(QVC_GOLDEN_DIR) / name);
