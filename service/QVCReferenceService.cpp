@@ -52,6 +52,8 @@ QVCJSON bodyOf(const httplib::Request& request) {
         return QVCJSON::parse(request.body);
     } catch (const QVCJSON::parse_error&) {
         throw Refusal{400, "the request body is not JSON"};
+    } catch (const QVCJSON::out_of_range&) {
+        throw Refusal{400, "the request body holds a number too large to read"};
     }
 }
 
