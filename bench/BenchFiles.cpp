@@ -29,7 +29,7 @@ void writeFile(const std::string& path, const std::string& content) {
 
 std::string simulatedAnswerBody(const std::string& simulationFile, const std::string& method, const std::string& path) {
     const std::string text = readFile(simulationFile);
-    auto parsed = QVCAnswerDocument::parse(text);
+    auto parsed = QVCAnswerDocument::parseCopyOf(text);
     if (!parsed.document) {
         throw std::runtime_error(simulationFile + " is not JSON: " + parsed.error);
     }

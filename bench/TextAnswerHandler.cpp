@@ -34,7 +34,7 @@ void TextAnswerHandler::requestWithPath(const std::string& path, std::int64_t ht
     if (use_ == Use::Once) {
         completion(responseFromText(std::move(answerText_)));
     } else {
-        completion(responseFromText(answerText_));
+        completion(responseFromKeptText(answerText_));
     }
 }
 

@@ -11,8 +11,9 @@ namespace qvcbench {
 
 /// A web service handler that answers every request inside requestWithPath,
 /// on the caller's thread, with a response made from one fixed answer text
-/// through responseFromText: from a fresh copy of the text each time, or,
-/// for a handler made for one answer, from the text itself. It
+/// through responseFromKeptText (the handler keeps its text, as the peers
+/// keep theirs), or, for a handler made for one answer, through
+/// responseFromText, giving the text away. It
 /// stands in for a transport so that a benchmark measures what the library
 /// does with an answer and nothing of a network or a thread hand-over.
 ///

@@ -52,7 +52,7 @@ QVCResponse answerFrom(std::string text, bool fails, bool located) {
 /// The record a reader makes of text; none when the text is not JSON or the reader refuses it.
 template <typename Record>
 std::shared_ptr<Record> recordFrom(const std::string& text) {
-    const auto parsed = QVCAnswerDocument::parse(text);
+    const auto parsed = QVCAnswerDocument::parseCopyOf(text);
     try {
         return parsed.document ? Record::initWithResponse(parsed.document->root()) : nullptr;
     } catch (const QVCException&) {

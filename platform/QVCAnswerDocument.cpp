@@ -59,14 +59,21 @@ QVCAnswerDocument::~QVCAnswerDocument() {
 
 QVCAnswerDocument::Parsed QVCAnswerDocument::parse(std::string text) {
     // The parser reads up to SIMDJSON_PADDING bytes past the text: a string
-    // with that much spare capacity is parsed where it is; any other is copied
-    // into a padded buffer that the thread's parser keeps for the next answer.
+    // with that much spare capacity is parsed where it is.
     const bool padded = text.capacity() - text.size() >= simdjson::SIMDJSON_PADDING;
+    return parse(std::string_view(text), !padded);
+}
+
+QVCAnswerDocument::Parsed QVCAnswerDocument::parseCopyOf(std::string_view text) {
+    return parse(text, true);
+}
+
+QVCAnswerDocument::Parsed QVCAnswerDocument::parse(std::string_view text, bool copy) {
     auto document = std::make_shared<QVCAnswerDocument>();
     simdjson::dom::element root;
     auto error = threadParser()
                      .parse_into_document(document->document_, reinterpret_cast<const std::uint8_t*>(text.data()),
-                                          text.size(), !padded)
+                                          text.size(), copy)
                      .get(root);
     if (error) {
         return {nullptr, simdjson::error_message(error)};

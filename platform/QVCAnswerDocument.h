@@ -25,11 +25,16 @@ public:
         std::string error;                                  ///< why the text is not JSON; empty on success
     };
 
-    /// Parses text. A string with SIMDJSON_PADDING bytes of spare capacity is
-    /// parsed where it is; any other is copied into a padded buffer that the
-    /// thread's parser keeps. Each thread's parser keeps buffers sized for the
-    /// largest answer it has parsed (about 4 bytes per byte of text).
+    /// Parses text that the caller gives away. A string with SIMDJSON_PADDING
+    /// bytes of spare capacity is parsed where it is; any other is copied
+    /// into a padded buffer that the thread's parser keeps. Each thread's
+    /// parser keeps buffers sized for the largest answer it has parsed (about
+    /// 4 bytes per byte of text).
     static Parsed parse(std::string text);
+    /// Parses text that the caller keeps: it is copied into the thread
+    /// parser's padded buffer, so a text answered again and again costs no
+    /// fresh allocation.
+    static Parsed parseCopyOf(std::string_view text);
     /// A document holding value: value is written as JSON text and parsed once,
     /// for answers that a host or a test builds in memory. Texts that are not
     /// UTF-8 are written with replacement characters; a value nested deeper
@@ -57,5 +62,8 @@ public:
     QVCAnswerDocument& operator=(const QVCAnswerDocument&) = delete;
 
 private:
+    /// Parses text; copy says whether it lacks the padding.
+    static Parsed parse(std::string_view text, bool copy);
+
     simdjson::dom::document document_;
 };

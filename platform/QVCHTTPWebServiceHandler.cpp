@@ -340,7 +340,8 @@ struct QVCHTTPWebServiceHandler::Engine {
         std::string parseError;
         if (!t.received.empty()) {
             // A successful answer's text is not needed once parsed; an error's may explain itself.
-            auto parsed = QVCAnswerDocument::parse(success ? std::move(t.received) : t.received);
+            auto parsed =
+                success ? QVCAnswerDocument::parse(std::move(t.received)) : QVCAnswerDocument::parseCopyOf(t.received);
             body = std::move(parsed.document);
             parseError = std::move(parsed.error);
         }
