@@ -54,6 +54,11 @@ TEST(AnswerDocument, KeepsKindsOfEveryValue) {
         << "a repeated key keeps its last value";
     EXPECT_EQ(std::int64_t(*QVCAnswerDocument::find(parsed.document->root(), "k")), 2) << "when read too";
     EXPECT_FALSE(QVCAnswerDocument::parse("{\"a\": ").document);
+    // A kept text is read up to its end only: what follows the view is not part of it.
+    const std::string kept = R"([1,2]garbage)";
+    const auto copied = QVCAnswerDocument::parseCopyOf(std::string_view(kept).substr(0, 5));
+    ASSERT_TRUE(copied.document) << copied.error;
+    EXPECT_EQ(simdjson::dom::array(copied.document->root()).size(), 2U);
 }
 
 TEST(SimulationFile, PlaceholdersStandForOneSegmentAndQueryLiteralsMustBeEqual) {
