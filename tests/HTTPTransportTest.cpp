@@ -172,7 +172,7 @@ TEST_F(HTTPTransport, SendsCredentialsAndTheBodyAndTracesEveryAttempt) {
     EXPECT_EQ(last().get_header_value("X-App-Key"), "secret-key-42");
     stopServer();
     ask("ok");
-    ASSERT_EQ(seen.size(), 6U) << "503 and its retry, the POST, three refused attempts";
+    ASSERT_EQ(seen.size(), 6U) << "503 and its retry (Retry-After in the past), the POST, three refused";
     EXPECT_EQ(seen[0].status, 503);
     EXPECT_EQ(seen[1].status, 200);
     EXPECT_EQ(seen[1].method + " " + seen[1].url, "GET " + root + route("past"));
@@ -224,10 +224,6 @@ TEST_F(HTTPTransport, HonoursRetryAfterUnlessItOutlastsTheBudget) {
     EXPECT_EQ(farFuture.error() ? farFuture.error()->httpStatus() : 0, 503) << describe(farFuture);
     EXPECT_EQ(count("farFuture"), 1);
     EXPECT_LT(std::chrono::steady_clock::now() - started, 5s) << "the request ends at once instead of waiting";
-
-    QVCResponse past = ask("past");
-    EXPECT_FALSE(past.error()) << describe(past);
-    EXPECT_EQ(count("past"), 2);
 }
 
 TEST_F(HTTPTransport, CompletesTwoHundredConcurrentRequestsOnceEachOnOneThread) {
