@@ -1,20 +1,12 @@
 #pragma once
 
 #include <memory>
-#include <optional>
 #include <string>
-#include <vector>
 
 #include "QVConsumer/QVCConsumerInfo.h"
 #include "TestSupport.h"
 
 using ConsumerResult = Record<QVConsumerManager::ConsumerCompletion>;
-
-/// Texts that may be absent, side by side, to compare several in one expectation.
-template <typename... Text>
-std::vector<std::optional<std::string>> texts(const Text&... text) {
-    return {std::optional<std::string>(text)...};
-}
 
 /// A consumer built with defaults and the names that a form must fill.
 inline std::shared_ptr<QVCConsumerInfo> formConsumer() {

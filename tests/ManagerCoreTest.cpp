@@ -8,26 +8,19 @@ namespace {
 
 namespace fs = std::filesystem;
 
-TEST(ManagerConstruction, ReportsSuccessOnceAndStartsWithEmptyLoyalty) {
-    auto company = std::make_shared<QVCCompanyInfo>();
-    Record<QVConsumerManager::StatusCompletion> init;
-    auto manager = QVConsumerManager::initWithAppID("app", "key", company, "77", QVCEnvironmentLive, init.completion());
-    ASSERT_TRUE(manager);
-    EXPECT_EQ(init.calls, 1);
-    EXPECT_TRUE(init.get<0>());
-    EXPECT_EQ(manager->loyalty(), std::optional<std::string>(""));
-}
-
-TEST(ManagerConstruction, YieldsNothingWhenThePlatformRefuses) {
-    std::vector<std::string> messages;
-    auto remember = [&](bool, QVConsumerManager::Error error, std::exception_ptr) {
-        messages.push_back(error->errorMessages().at(0));
+TEST(ManagerConstruction, ReportsSuccessOnceOrYieldsNothingNamingWhatIsMissing) {
+    std::vector<std::string> outcomes;
+    auto remember = [&](bool success, QVConsumerManager::Error error, std::exception_ptr) {
+        outcomes.push_back(success ? "ok" : error->errorMessages().at(0));
     };
     auto company = std::make_shared<QVCCompanyInfo>();
+    auto manager = QVConsumerManager::initWithAppID("app", "key", company, "77", QVCEnvironmentLive, remember);
+    ASSERT_TRUE(manager);
+    EXPECT_EQ(manager->loyalty(), std::optional<std::string>(""));
     EXPECT_FALSE(QVConsumerManager::initWithAppID(std::nullopt, "key", company, "1", 0, remember));
     EXPECT_FALSE(QVConsumerManager::initWithAppID("app", "", company, "1", 0, remember));
     EXPECT_FALSE(QVConsumerManager::initWithAppID("app", "key", nullptr, "1", 0, remember));
-    EXPECT_EQ(messages, (std::vector<std::string>{"cannot initialise: application id is missing",
+    EXPECT_EQ(outcomes, (std::vector<std::string>{"ok", "cannot initialise: application id is missing",
                                                   "cannot initialise: application key is missing",
                                                   "cannot initialise: company information is missing"}));
 }

@@ -68,7 +68,6 @@ TEST(MasterDataReading, ReadsEveryListOfARealisticDocumentInOrder) {
     EXPECT_EQ(rows(data->consumerGroupTypes), (std::vector<Row>{{true, "Students", 30, 1}, {true, "Seniors", 0, 2}}));
     EXPECT_EQ(rows(data->merchantTypes), (std::vector<Row>{{true, "Grocery", 60, 1}, {true, "Fuel", 0, 2}}));
 
-    // State activity is the presence of the key: see FlagsAreTheExactTextYButStatesOnlyNeedTheKey.
     const auto& states = data->states;
     ASSERT_EQ(states.size(), 3u);
     EXPECT_EQ(states[1]->sortOrder, 2);
@@ -85,7 +84,7 @@ TEST(MasterDataReading, ReadsEveryListOfARealisticDocumentInOrder) {
               std::vector<std::int64_t>({7, 8}));
 }
 
-TEST(MasterDataReading, MissingListsAreEmptyAndGendersFixed) {
+TEST(MasterDataReading, MissingListsAreEmptyGendersFixedAndOnlyYIsActiveButForStates) {
     auto data = QVCMasterData::initWithResponse({{"genderTypes", {"Other"}}});
     EXPECT_EQ(data->genderTypes, (std::vector<std::string>{"Male", "Female"}));
     EXPECT_TRUE(data->ageRangeTypes.empty() && data->states.empty() && data->country.empty());
@@ -95,13 +94,10 @@ TEST(MasterDataReading, MissingListsAreEmptyAndGendersFixed) {
     data = QVCMasterData::initWithResponse(withoutOccupations);
     ASSERT_EQ(data->country.size(), 2u);
     EXPECT_EQ(data->country[0]->sortOrder + data->country[1]->sortOrder, 0);
-}
 
-TEST(MasterDataReading, FlagsAreTheExactTextYButStatesOnlyNeedTheKey) {
     const QVCJSON entries = QVCJSON::parse(
         R"([{"activeFlag": "Y"}, {"activeFlag": " Y"}, {"activeFlag": "Yes"}, {"activeFlag": null}, {}])");
-    auto data =
-        QVCMasterData::initWithResponse({{"occupationTypes", entries}, {"country", entries}, {"states", entries}});
+    data = QVCMasterData::initWithResponse({{"occupationTypes", entries}, {"country", entries}, {"states", entries}});
     for (std::size_t i = 0; i < entries.size(); ++i) {
         EXPECT_EQ(data->occupationTypes[i]->activeFlag, i == 0) << i;
         EXPECT_EQ(data->country[i]->activeFlag, i == 0) << i;

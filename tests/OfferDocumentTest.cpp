@@ -3,23 +3,6 @@
 
 namespace {
 
-TEST(OfferRecords, DefaultsDifferFromWhatTheReadersLeave) {
-    EXPECT_FALSE(QVCOffer().offerDescription);
-    QVCReservationProduct product;
-    EXPECT_EQ(product.productId, -1);
-    EXPECT_EQ(product.price, Text("0"));
-    EXPECT_FALSE(product.categories || product.channels);
-
-    auto bare = QVCOffer::initWithResponse({{"consumerOfferId", 55}});
-    EXPECT_EQ(bare->consumerOfferId, Text("55"));
-    EXPECT_FALSE(bare->offerCode);
-    EXPECT_EQ(bare->offerId, Text("(null)"));
-    auto read = QVCReservationProduct::initWithResponse(QVCJSON::object());
-    EXPECT_EQ(read->productId, 0);
-    EXPECT_FALSE(read->price);
-    EXPECT_TRUE(read->categories && read->categories->empty());
-}
-
 TEST(OfferDocument, ReadsLeavesAsTextsAndAssociatedProductsByNameAndIdOnly) {
     auto offer = QVCOffer::initWithResponse(offerEntry("c-1", "SPRING20"));
     const auto& details = *offer->offerDetails;
@@ -29,6 +12,8 @@ TEST(OfferDocument, ReadsLeavesAsTextsAndAssociatedProductsByNameAndIdOnly) {
     EXPECT_EQ(details.products->at(0)->name, Text("Tea"));
     EXPECT_EQ(details.products->at(0)->price, Text("0"));
     EXPECT_EQ(details.products->at(1)->productId, 12);
+    auto bare = QVCOffer::initWithResponse({{"consumerOfferId", 55}});
+    EXPECT_EQ(texts(bare->consumerOfferId, bare->offerCode, bare->offerId), texts("55", std::nullopt, "(null)"));
 
     QVCJSON entry;
     for (const auto& [minimum, text, combinable] :
@@ -62,6 +47,8 @@ TEST(ProductDocument, ReadsTheCatalogueFieldsWithTheirOddities) {
     EXPECT_EQ(product->categories->at(0)->catagoryId, 5);
     EXPECT_EQ(product->categories->at(1)->catagoryId, 0);
     EXPECT_EQ(product->channels->at(0)->channelId, 2);
+    auto bare = QVCReservationProduct::initWithResponse(QVCJSON::object());  // not a fresh record's -1, "0", absent
+    EXPECT_TRUE(bare->productId == 0 && !bare->price && bare->categories && bare->categories->empty());
     const std::vector<std::pair<QVCJSON, bool>> taxables = {{true, true},     {0.5, true},   {0, false},
                                                             {"yes", true},    {"T", true},   {"N", false},
                                                             {"  -007", true}, {"00", false}, {"", false}};

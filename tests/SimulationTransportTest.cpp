@@ -151,20 +151,6 @@ TEST(SimulationFile, LoaderRejectsMalformedFilesNamingEntryAndKey) {
     }
 }
 
-TEST(SimulationTransport, AnswersOnItsOwnThreadOneAtATime) {
-    SimulationFileOnDisk file(documentOf({entry("GET", "lqsapi/consumers/v1/consumer/{x}/authenticate", 1)}));
-    AnswerCollector collector;
-    QVCSimulationWebServiceHandler handler;
-    for (int i = 0; i < 20; ++i) {
-        sendGet(handler, "lqsapi/consumers/v1/consumer/" + std::to_string(i) + "/authenticate", file.path(),
-                collector.completion());
-    }
-    ASSERT_TRUE(collector.waitFor(20));
-    auto threads = collector.threads();
-    EXPECT_EQ(std::count(threads.begin(), threads.end(), threads[0]), 20);
-    EXPECT_NE(threads[0], std::this_thread::get_id());
-}
-
 TEST(SimulationTransport, ReportsUnusableFilesAndReadsAFileOnceUntilAnotherIsNamed) {
     SimulationFileOnDisk broken("{\"entries\": [ {\"method\": \"GET\", ");
     SimulationFileOnDisk invalid(R"({"entries": [{"method": "GET", "path": "a"}]})");

@@ -16,6 +16,7 @@
 #include <optional>
 #include <string>
 #include <tuple>
+#include <vector>
 
 #include "QVConsumer/QVCException.h"
 #include "QVConsumer/QVConsumerManager.h"
@@ -72,6 +73,12 @@ std::string messageOf(const Call& call) {
         return caught.what();
     }
     return "";
+}
+
+/// Texts that may be absent, side by side, to compare several in one expectation.
+template <typename... Text>
+std::vector<std::optional<std::string>> texts(const Text&... text) {
+    return {std::optional<std::string>(text)...};
 }
 
 /// Records the calls of a completion of type std::function<void(Args...)>:

@@ -51,30 +51,7 @@ TEST(ToolReadableOutput, MatchesTheGoldenFiles) {
     }
 }
 
-TEST(ToolJsonOutput, PrintsOnlyJsonThatProgramsCanRead) {
-    const auto offers = parsedOut(runTool({"offers", "--user", "jdoe", "--json"}));
-    ASSERT_GE(offers.size(), 8U);
-    EXPECT_EQ(offers[0]["type"], "PERCENT OFF");
-
-    const auto validation =
-        parsedOut(runTool({"--json", "--user", "jdoe", "validate", "FIVEOFF25", "--item", "101:12.50:2"}));
-    EXPECT_EQ(validation["amountOff"], "5.00");
-    EXPECT_TRUE(validation["basket"][0]["discountedPrice"].is_null());
-
-    const auto rules = parsedOut(runTool({"--json", "--user", "jdoe", "rules-check", "GOLD20", "--cart-total", "20"}));
-    EXPECT_EQ(rules["reason"], "Purchase amount is lower than minimum transaction amount");
-
-    const auto push = parsedOut(runTool({"--json", "--consumer-id", "1001", "push-token", "tok"}));
-    EXPECT_EQ(push, (nlohmann::json{{"registered", true}, {"consumerID", "1001"}}));
-
-    EXPECT_EQ(parsedOut(runTool({"--user", "asmith", "authenticate", "--json"}))["userName"], "asmith");
-}
-
-TEST(ToolProfiles, SignUpTakesOptionsAndUpdateWithoutConsumerStartsFromANewRecord) {
-    const auto created = parsedOut(runTool({"--json", "sign-up", "--user-name", "ann", "--first-name", "Ann",
-                                            "--last-name", "Lee", "--email", "ann@example.com", "--city", "Boston"}));
-    EXPECT_EQ(created["city"], "Boston");
-    EXPECT_EQ(created["consumerGroupCodes"], nlohmann::json::array({1, 2}));
+TEST(ToolProfiles, UpdateWithoutConsumerStartsFromANewRecord) {
     const auto updated = parsedOut(runTool({"--json", "--consumer-id", "5", "update-profile", "--last-name", "Lee"}));
     EXPECT_EQ(updated["firstName"], "");
     EXPECT_EQ(updated["lastName"], "Lee");
@@ -170,11 +147,6 @@ TEST(ToolFailures, HaveOneLineMessagesAndDocumentedStatuses) {
         {{"--env", "live", "--app-id", "a", "--app-key", "k", "loyalty"}, 2, "needs --service-url"},
         {{"authenticate", "nobody"}, 3, "authenticate \"nobody\" failed: 404"},
         {{"--user", "jdoe", "offer-code", "NOPE"}, 3, "This offer is not valid any more"},
-        // Port 9 on loopback has no listener: the connection is refused at once.
-        {{"--env", "live", "--service-url", "http://127.0.0.1:9/", "--app-id", "a", "--app-key", "k", "--consumer-id",
-          "1", "loyalty"},
-         3,
-         "loyalty failed"},
         // Refused on the transport's thread: reported at once, not waited for.
         {{"--simulation-file", refused.string(), "--timeout-ms", "2000", "master-data"},
          4,
@@ -229,6 +201,7 @@ TEST(ToolDiagnostics, VersionAndVerboseExchanges) {
     const ToolRun verbose = runTool({"--verbose", "--env", "live", "--service-url", "http://127.0.0.1:9/", "--app-id",
                                      "a", "--app-key", "secret-key-42", "--consumer-id", "1", "loyalty"});
     EXPECT_EQ(verbose.status, 3);
+    EXPECT_EQ(verbose.out, "");
     const std::string attempt =
         "qvconsumer: GET http://127.0.0.1:9/lqsapi/consumers/v1/consumer/1/balance/loyalty -> no answer \\(connection "
         "refused\\) in [0-9]+ ms, 0 bytes sent, 0 received\n";
