@@ -18,7 +18,7 @@ QVCMasterData::MasterTypes readMasterTypes(const QVCReader& document, const char
     QVCMasterData::MasterTypes types;
     types.reserve(entries.count());
     entries.forEach([&](const QVCReader& entry) {
-        auto type = std::make_shared<QVCMasterType>();
+        auto type = entry.make<QVCMasterType>();
         type->activeFlag = entry.flag("activeFlag");
         type->typeDescription = entry.text("description");
         type->typeCode = entry.integerOrRaise(codeKey);
@@ -33,8 +33,8 @@ std::vector<std::shared_ptr<QVCState>> readStates(const QVCReader& document) {
     std::vector<std::shared_ptr<QVCState>> states;
     states.reserve(entries.count());
     entries.forEach([&](const QVCReader& entry) {
-        auto state = std::make_shared<QVCState>();
-        auto stateID = std::make_shared<QVCStateID>();
+        auto state = entry.make<QVCState>();
+        auto stateID = entry.make<QVCStateID>();
         // A presence test: any value under the key, "N" and null included, makes the state active.
         state->activeFlag = entry.has("activeFlag");
         state->sortOrder = entry.integerOrRaise("sortOrder");
@@ -57,7 +57,7 @@ std::vector<std::shared_ptr<QVCCountry>> readCountries(const QVCReader& document
     countries.reserve(entries.count());
     std::size_t index = 0;
     entries.forEach([&](const QVCReader& entry) {
-        auto country = std::make_shared<QVCCountry>();
+        auto country = entry.make<QVCCountry>();
         country->countryCode = entry.text("countryCode");
         country->activeFlag = entry.flag("activeFlag");
         country->typeDescription = entry.text("description");
@@ -80,8 +80,10 @@ std::vector<std::shared_ptr<QVCCountry>> readCountries(const QVCReader& document
 }  // namespace
 
 std::shared_ptr<QVCMasterData> QVCMasterData::initWithResponse(QVCAnswerValue response) {
-    const QVCReader document(response, "the master data document");
-    auto data = std::make_shared<QVCMasterData>();
+    // The 70-odd small records of the answer share the arena's blocks.
+    QVCRecordArena arena;
+    const QVCReader document(response, "the master data document", arena);
+    auto data = document.make<QVCMasterData>();
     // The lists are read in this order, so that of several faults the first one met is reported.
     data->ageRangeTypes = readMasterTypes(document, "ageRangeTypes", "ageRangeTypeCode");
     data->genderTypes = {"Male", "Female"};

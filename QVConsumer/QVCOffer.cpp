@@ -5,7 +5,7 @@
 namespace {
 
 std::shared_ptr<OfferRules> readRules(const QVCReader& rules) {
-    auto rule = std::make_shared<OfferRules>();
+    auto rule = rules.make<OfferRules>();
     rule->redeemLimit = rules.formatted("individualRedeemLimit");
     rule->transactionLimit = rules.formatted("transactionLimit");
     rule->minPurchaseLimit = rules.formatted("minPurchaseLimit");
@@ -15,7 +15,7 @@ std::shared_ptr<OfferRules> readRules(const QVCReader& rules) {
 }
 
 std::shared_ptr<OfferType> readType(const QVCReader& offerType) {
-    auto type = std::make_shared<OfferType>();
+    auto type = offerType.make<OfferType>();
     type->typeDescription = offerType.text("type");
     type->percentOff = offerType.formatted("dollarPercentageOff");
     type->amountOff = offerType.formatted("dollarAmountOff");
@@ -27,7 +27,7 @@ std::shared_ptr<OfferType> readType(const QVCReader& offerType) {
 /// An associated product carries only its name and id; the rest keeps the
 /// product defaults (price "0", quantity 0).
 std::shared_ptr<QVCReservationProduct> readAssociatedProduct(const QVCReader& element) {
-    auto product = std::make_shared<QVCReservationProduct>();
+    auto product = element.make<QVCReservationProduct>();
     product->name = element.text("productName");
     product->productId = element.integer("productId");
     return product;
@@ -36,8 +36,13 @@ std::shared_ptr<QVCReservationProduct> readAssociatedProduct(const QVCReader& el
 }  // namespace
 
 std::shared_ptr<QVCOffer> QVCOffer::initWithResponse(QVCAnswerValue response) {
-    const QVCReader document(response, "offer document");
-    auto offer = std::make_shared<QVCOffer>(nullptr);
+    QVCRecordArena arena;
+    return initWithResponse(response, arena);
+}
+
+std::shared_ptr<QVCOffer> QVCOffer::initWithResponse(QVCAnswerValue response, QVCRecordArena& arena) {
+    const QVCReader document(response, "offer document", arena);
+    auto offer = document.make<QVCOffer>(nullptr);
     offer->consumerOfferId = document.text("consumerOfferId");
     offer->offerCode = document.text("offerCode");
 
@@ -55,7 +60,7 @@ std::shared_ptr<QVCOffer> QVCOffer::initWithResponse(QVCAnswerValue response) {
     products.reserve(associated.count());
     associated.forEach([&](const QVCReader& element) { products.push_back(readAssociatedProduct(element)); });
 
-    auto offerDetails = std::make_shared<OfferDetails>(std::move(rule), std::move(type));
+    auto offerDetails = details.make<OfferDetails>(std::move(rule), std::move(type));
     offerDetails->imageURL = details.text("imageURL");
     offerDetails->products = std::move(products);
     offer->offerDetails = std::move(offerDetails);

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "QVConsumer/OfferDetails.h"
+#include "QVConsumer/QVCRecordArena.h"
 #include "QVConsumer/QVConsumerExport.h"
 #include "platform/QVCAnswerDocument.h"
 #include "platform/QVCJSON.h"
@@ -38,6 +39,9 @@ struct QVCONSUMER_EXPORT QVCOffer {
     /// Throws QVCException when an intermediate object or a product is present
     /// but not an object, or the product list is not a list.
     static std::shared_ptr<QVCOffer> initWithResponse(QVCAnswerValue response);
+    /// The same, making the offer and its sub-records in arena, so that the
+    /// offers of one list answer share its blocks.
+    static std::shared_ptr<QVCOffer> initWithResponse(QVCAnswerValue response, QVCRecordArena& arena);
     /// The same for a document built in memory: written as JSON text and parsed once.
     static std::shared_ptr<QVCOffer> initWithResponse(const QVCJSON& response);
 };

@@ -40,6 +40,9 @@ bool textTruthValue(std::string_view text) {
 
 QVCReader::QVCReader(QVCAnswerValue value, const char* name) : value_(value), name_(name), steps_{} {}
 
+QVCReader::QVCReader(QVCAnswerValue value, const char* name, QVCRecordArena& arena)
+    : value_(value), name_(name), arena_(&arena), steps_{} {}
+
 std::shared_ptr<const QVCAnswerDocument> QVCReader::parse(const QVCJSON& document) {
     auto parsed = QVCAnswerDocument::fromJSON(document);
     if (!parsed.document) {
@@ -49,7 +52,7 @@ std::shared_ptr<const QVCAnswerDocument> QVCReader::parse(const QVCJSON& documen
 }
 
 QVCReader::QVCReader(const QVCReader& parent, std::optional<QVCAnswerValue> value, Step step)
-    : value_(value), name_(parent.name_), depth_(parent.depth_ + 1) {
+    : value_(value), name_(parent.name_), arena_(parent.arena_), depth_(parent.depth_ + 1) {
     std::copy(parent.steps_, parent.steps_ + std::min(parent.depth_, maxSteps), steps_);
     if (parent.depth_ < maxSteps) {
         steps_[parent.depth_] = step;

@@ -5,7 +5,9 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
+#include "QVConsumer/QVCRecordArena.h"
 #include "QVConsumer/QVConsumerExport.h"
 #include "platform/QVCAnswerDocument.h"
 
@@ -27,6 +29,16 @@ class QVCONSUMER_EXPORT QVCReader {
 public:
     /// A reader over a whole answer value; name names it in messages.
     QVCReader(QVCAnswerValue value, const char* name);
+    /// The same, making the records it reads in arena, which must outlive it.
+    QVCReader(QVCAnswerValue value, const char* name, QVCRecordArena& arena);
+
+    /// A record for what this reader reads: made in its arena when it has
+    /// one, as std::make_shared makes it otherwise.
+    template <typename Record, typename... Args>
+    std::shared_ptr<Record> make(Args&&... args) const {
+        return arena_ != nullptr ? arena_->make<Record>(std::forward<Args>(args)...)
+                                 : std::make_shared<Record>(std::forward<Args>(args)...);
+    }
 
     /// A document built in memory, written as JSON text and parsed once, for
     /// the readers' overloads that take one. Raises when it cannot be parsed
@@ -135,6 +147,7 @@ private:
 
     std::optional<QVCAnswerValue> value_;
     const char* name_;
+    QVCRecordArena* arena_ = nullptr;
     Step steps_[maxSteps];
     std::size_t depth_ = 0;  // steps taken; those beyond maxSteps are not named
     // Filled by listMembers(); left uninitialised until then, since most

@@ -15,6 +15,7 @@
 #include "QVConsumer/QVCOffer.h"
 #include "QVConsumer/QVCPConstant.h"
 #include "QVConsumer/QVCReader.h"
+#include "QVConsumer/QVCRecordArena.h"
 #include "platform/QVCUtility.h"
 
 template <typename... Args, typename Body>
@@ -273,11 +274,12 @@ void QVConsumerManager::getAllOffersWithCompletionHandler(OffersCompletion compl
             const QVCReader entries(*body, "offers");
             std::vector<std::shared_ptr<QVCOffer>> offers;
             offers.reserve(entries.count());
+            QVCRecordArena arena;
             entries.forEach([&](const QVCReader& entry) {
                 // An entry without an "offer" object is left out without a word.
                 const auto offer = entry.member("offer").value();
                 if (offer && offer->is_object()) {
-                    offers.push_back(QVCOffer::initWithResponse(*entry.value()));
+                    offers.push_back(QVCOffer::initWithResponse(*entry.value(), arena));
                 }
             });
             done(std::move(offers), nullptr, nullptr);
