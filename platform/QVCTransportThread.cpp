@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "platform/QVCDeliveryScope.h"
+
 void QVCTransportThread::setExceptionHook(ExceptionHook hook) {
     std::lock_guard<std::mutex> lock(mutex_);
     hook_ = std::move(hook);
@@ -11,6 +13,7 @@ void QVCTransportThread::deliver(const QVCResponseCompletion& completion, const 
     if (!completion) {
         return;
     }
+    QVCDeliveryScope delivering;
     try {
         completion(response);
     } catch (...) {
