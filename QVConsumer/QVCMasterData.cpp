@@ -19,7 +19,7 @@ QVCMasterData::MasterTypes readMasterTypes(const QVCReader& document, const char
     types.reserve(entries.count());
     entries.forEach([&](const QVCReader& entry) {
         auto type = entry.make<QVCMasterType>();
-        type->activeFlag = entry.flag("activeFlag");
+        type->activeFlag = entry.flagOrRaise("activeFlag");
         type->typeDescription = entry.text("description");
         type->typeCode = entry.integerOrRaise(codeKey);
         type->sortOrder = entry.integerOrRaise("sortOrder");
@@ -59,7 +59,7 @@ std::vector<std::shared_ptr<QVCCountry>> readCountries(const QVCReader& document
     entries.forEach([&](const QVCReader& entry) {
         auto country = entry.make<QVCCountry>();
         country->countryCode = entry.text("countryCode");
-        country->activeFlag = entry.flag("activeFlag");
+        country->activeFlag = entry.flagOrRaise("activeFlag");
         country->typeDescription = entry.text("description");
         // The service orders countries by the occupation entry at the same
         // index; the country entry's own "sortOrder" is not used.

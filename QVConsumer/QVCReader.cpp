@@ -221,7 +221,14 @@ bool QVCReader::has(const char* key) const {
 }
 
 bool QVCReader::flag(const char* key) const {
-    const auto leaf = filtered(key);
+    return flagOf(key, filtered(key));
+}
+
+bool QVCReader::flagOrRaise(const char* key) const {
+    return flagOf(key, lookUp(key));
+}
+
+bool QVCReader::flagOf(const char* key, std::optional<QVCAnswerValue> leaf) const {
     if (!leaf) {
         return false;
     }

@@ -99,6 +99,8 @@ public:
     bool has(const char* key) const;
     /// A flag sent as text: true only for "Y"; false for no value; any other kind raises.
     bool flag(const char* key) const;
+    /// The same, taken without the filter: a missing key is false, a JSON null raises.
+    bool flagOrRaise(const char* key) const;
     /// A truth value, taken without the filter: JSON true or a non-zero number
     /// is true; a text is true when its first character after blanks, one sign
     /// and leading zeros is Y, y, T, t or a digit 1 to 9; a missing key is
@@ -138,6 +140,8 @@ private:
     void listMembers() const;
     /// The integer value of leaf, the value under key; raises when it has none.
     std::int64_t integerOf(const char* key, QVCAnswerValue leaf) const;
+    /// The flag value of leaf, the value under key: true only for "Y", false for none; raises for other kinds.
+    bool flagOf(const char* key, std::optional<QVCAnswerValue> leaf) const;
     [[noreturn]] void raiseNoInteger(const char* key, QVCAnswerValue leaf) const;
 
     /// The raw member under key; none when this reader stands on nothing.

@@ -95,14 +95,16 @@ TEST(MasterDataReading, MissingListsAreEmptyGendersFixedAndOnlyYIsActiveButForSt
     ASSERT_EQ(data->country.size(), 2u);
     EXPECT_EQ(data->country[0]->sortOrder + data->country[1]->sortOrder, 0);
 
-    const QVCJSON entries = QVCJSON::parse(
-        R"([{"activeFlag": "Y"}, {"activeFlag": " Y"}, {"activeFlag": "Yes"}, {"activeFlag": null}, {}])");
+    const QVCJSON entries = QVCJSON::parse(R"([{"activeFlag": "Y"}, {"activeFlag": " Y"}, {"activeFlag": "Yes"}, {}])");
     data = QVCMasterData::initWithResponse({{"occupationTypes", entries}, {"country", entries}, {"states", entries}});
     for (std::size_t i = 0; i < entries.size(); ++i) {
         EXPECT_EQ(data->occupationTypes[i]->activeFlag, i == 0) << i;
         EXPECT_EQ(data->country[i]->activeFlag, i == 0) << i;
-        EXPECT_EQ(data->states[i]->activeFlag, i != 4) << i;
+        EXPECT_EQ(data->states[i]->activeFlag, i != 3) << i;
     }
+    // A state is active for any value under the key, null and other kinds included.
+    data = QVCMasterData::initWithResponse(QVCJSON::parse(R"({"states": [{"activeFlag": null}, {"activeFlag": 0}]})"));
+    EXPECT_TRUE(data->states[0]->activeFlag && data->states[1]->activeFlag);
 }
 
 TEST(MasterDataReading, MalformedDocumentsRaiseNamingListIndexAndKey) {
@@ -116,6 +118,8 @@ TEST(MasterDataReading, MalformedDocumentsRaiseNamingListIndexAndKey) {
          "cannot read key \"ageRangeTypes\" of the master data document: it is an array, not an object"},
         {"/merchantTypes", nullptr, "cannot count the elements of merchantTypes: it is null, not an array"},
         {"/maritalStatusTypes/1/activeFlag", true, "maritalStatusTypes[1].activeFlag is a boolean, not a string"},
+        {"/ageRangeTypes/0/activeFlag", nullptr, "ageRangeTypes[0].activeFlag is null, not a string"},
+        {"/country/1/activeFlag", nullptr, "country[1].activeFlag is null, not a string"},
         {"/incomeRangeTypes/1/incomeRangeTypeCode", nullptr,
          "incomeRangeTypes[1].incomeRangeTypeCode is null and has no integer value"},
         {"/states/2/id", "CA", "cannot read key \"stateCode\" of states[2].id: it is a string, not an object"},
