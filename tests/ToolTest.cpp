@@ -180,7 +180,7 @@ TEST(ToolFailures, ANonJSONOfferAnswerEndsAtOnce) {
     service.stop();
     thread.join();
     EXPECT_EQ(run.status, 3) << run.err;
-    EXPECT_THAT(run.err, HasSubstr("qvconsumer: offer \"7\": the operation ended without an answer (GET "));
+    EXPECT_THAT(run.err, HasSubstr("qvconsumer: offer \"7\": the operation ended without an answer (HTTP 200: GET "));
     EXPECT_THAT(run.err, HasSubstr("answer is not JSON"));
     EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 1) << run.err;
 }
