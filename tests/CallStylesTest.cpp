@@ -91,12 +91,13 @@ TEST_P(CallStyles, AReaderThatRaisesEndsTheCallWithItsException) {
 }
 
 TEST_P(CallStyles, ARequestItsHandlerDropsEndsWithoutAnAnswer) {
-    auto dropping = std::make_shared<QVCScriptedWebServiceHandler>(Delivery::Deferred);
-    manager->setWebServiceHandler(dropping);
+    if (!deferred()) {
+        GTEST_SKIP() << "an answer given inside the request call leaves no request to drop";
+    }
     auto push = calls.setPushDeviceToken(QVCJSON("token"));
     EXPECT_FALSE(ready(push));
     manager->setWebServiceHandler(nullptr);
-    dropping.reset();
+    handler.reset();
     ASSERT_TRUE(ready(push));
     EXPECT_EQ(push.get().ending(), QVCCallEnding::NoAnswer);
 }
