@@ -110,10 +110,10 @@ TEST_F(CallStylesLive, ADestroyedManagerEndsItsCalls) {
 TEST_F(CallStylesLive, WaitingOnTheTransportThreadEndsAtOnce) {
     QVConsumerCalls calls(manager);
     std::promise<QVConsumerCalls::OfferResult> inner;
-    manager->getOfferWithOfferCode("SAVE",
-                                   [&](auto, auto, auto) { inner.set_value(calls.getOfferWithOfferCode("SAVE", 1h)); });
+    manager->getOfferWithOfferCode(
+        "SAVE", [&](auto, auto, auto) { inner.set_value(calls.getOfferWithOfferCode("SAVE", 30s)); });
     auto future = inner.get_future();
-    ASSERT_EQ(future.wait_for(20s), std::future_status::ready);
+    ASSERT_EQ(future.wait_for(60s), std::future_status::ready);
     EXPECT_EQ(future.get().ending(), QVCCallEnding::OnDeliveryThread);
     // Off that thread the same call completes.
     EXPECT_EQ(calls.getOfferWithOfferCode("SAVE", 60s).value()->consumerOfferId, "c-1");

@@ -34,6 +34,7 @@ TEST_P(CallStyles, CompletedCallsCarryTheCompletionsArguments) {
     auto loyalty = calls.retrieveLoyaltyInfo();
     EXPECT_EQ(ready(offer), !deferred());
     deliver();
+    ASSERT_TRUE(ready(offer) && ready(none) && ready(loyalty));
 
     const auto found = offer.get();
     EXPECT_TRUE(found.ok());
@@ -64,6 +65,8 @@ TEST_P(CallStyles, SilentPathsEndWithoutAnAnswerOnceTheLibraryLetsGo) {
     EXPECT_EQ(ready(list), !deferred());
     EXPECT_EQ(messageOf([this] { deliver(); }),
               deferred() ? "cannot read key \"consumerOfferId\" of offer document: it is a number, not an object" : "");
+    // Ready once delivered: a wait for them could not hang.
+    ASSERT_TRUE(ready(list) && ready(refused) && ready(redemption));
 
     const auto silent = list.get();
     EXPECT_EQ(silent.ending(), QVCCallEnding::NoAnswer);
@@ -84,6 +87,7 @@ TEST_P(CallStyles, AReaderThatRaisesEndsTheCallWithItsException) {
     // Out of the release, as callback users see it, when the answer comes later.
     const std::string message = "cannot read key \"offer\" of offers[0]: it is a number, not an object";
     EXPECT_EQ(messageOf([this] { deliver(); }), deferred() ? message : "");
+    ASSERT_TRUE(ready(offers));
     const auto result = offers.get();
     EXPECT_EQ(result.ending(), deferred() ? QVCCallEnding::NoAnswer : QVCCallEnding::Completed);
     EXPECT_EQ(exceptionMessage(result.exception()), message);
@@ -128,9 +132,9 @@ TEST_P(CallStyles, WaitingOnTheDeliveringThreadEndsAtOnce) {
     auto pending = std::make_shared<QVCFuture<QVConsumerCalls::OfferResult>>();
     manager->getAllOffersWithCompletionHandler([&](auto, auto, auto) {
         *pending = calls.getOfferWithOfferCode("SAVE");
-        waited = pending->wait_for(1h);
+        waited = pending->wait_for(30s);
         requestsSeen = handler->requestCount();
-        inner = calls.getOfferWithOfferCode("MORE", 1h);
+        inner = calls.getOfferWithOfferCode("MORE", 30s);
     });
     deliver();
     if (deferred()) {
@@ -140,6 +144,7 @@ TEST_P(CallStyles, WaitingOnTheDeliveringThreadEndsAtOnce) {
                     HasSubstr("getOfferWithOfferCode: waited for on a thread that delivers"));
         // The blocking form sent nothing; the future's call was sent and ends normally off that thread.
         EXPECT_EQ(handler->requestCount(), requestsSeen);
+        ASSERT_TRUE(ready(*pending));
         EXPECT_EQ(pending->get().value()->consumerOfferId, "c-1");
     } else {
         // Answered inside the request call: nothing waits, both are ready.
