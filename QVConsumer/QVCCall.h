@@ -122,10 +122,12 @@ private:
                 promise.set_value(std::move(result));
             }
         }
+        /// Hands what was seen on to the result, so that the last reference
+        /// to the exception is the waiter's, whichever thread drops the state.
         void endWithoutAnswer() {
             std::unique_lock<std::mutex> lock(mutex_);
             auto error = QVCCallEndingError(QVCCallEnding::NoAnswer, operation_, lastError_);
-            auto exception = raised_;
+            auto exception = std::exchange(raised_, nullptr);
             lock.unlock();
             end(Result::ended(QVCCallEnding::NoAnswer, std::move(error), std::move(exception)));
         }
