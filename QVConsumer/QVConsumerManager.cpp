@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "QVConsumer/QVCBundle.h"
+#include "QVConsumer/QVCCallObserver.h"
 #include "QVConsumer/QVCConsumerDocument.h"
 #include "QVConsumer/QVCConsumerInfo.h"
 #include "QVConsumer/QVCDocument.h"
@@ -23,7 +24,12 @@ void QVConsumerManager::perform(std::function<void(Args...)> completion, const B
     if (!completion) {
         completion = [](Args...) {};
     }
-    auto reportException = [completion](std::exception_ptr exception) {
+    // A call of the future or blocking form hears of the exception too: it
+    // ends that call when the completion it reaches drops it (a redemption's lookup).
+    auto reportException = [completion, observer = QVCCallObserver::current()](std::exception_ptr exception) {
+        if (observer) {
+            observer->raised(exception);
+        }
         std::tuple<std::decay_t<Args>...> arguments{};
         std::get<sizeof...(Args) - 1>(arguments) = exception;
         std::apply(completion, std::move(arguments));
@@ -37,7 +43,8 @@ void QVConsumerManager::request(const std::string& path, std::int64_t httpMethod
     if (!handler) {
         throw QVCException("the platform has no web service handler for request \"" + path + "\"");
     }
-    handler->requestWithPath(path, httpMethod, "consumers", std::nullopt, body, 0, simulatePath(), std::move(answer));
+    handler->requestWithPath(path, httpMethod, "consumers", std::nullopt, body, 0, simulatePath(),
+                             QVCCallObserver::watching(std::move(answer)));
 }
 
 std::shared_ptr<QVConsumerManager> QVConsumerManager::initWithAppID(const std::optional<std::string>& appID,

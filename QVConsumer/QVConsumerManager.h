@@ -34,6 +34,9 @@ struct QVCProduct;
 /// that exception reaches the completion; with the platform's shipped
 /// transports, which answer on their own thread, it goes to
 /// setAnswerExceptionHook and no completion follows.
+///
+/// These are the callback forms. QVConsumerCalls offers each operation also
+/// as a future and as a blocking call with a deadline, which end on every path.
 class QVCONSUMER_EXPORT QVConsumerManager : public QVCoreCP, public std::enable_shared_from_this<QVConsumerManager> {
 public:
     using Error = std::shared_ptr<QVCErrorResponse>;
@@ -162,6 +165,7 @@ private:
 
     /// Issues one request through the platform's web service handler, with the
     /// arguments every operation shares: QVCHTTPMethodGet reads, QVCHTTPMethodPost sends body.
+    /// A call of the future or blocking form watches the answer (QVCCallObserver::watching).
     void request(const std::string& path, std::int64_t httpMethod, std::optional<QVCJSON> body,
                  QVCResponseCompletion answer);
 

@@ -1,7 +1,10 @@
 #include "testkit/QVCScriptedWebServiceHandler.h"
 
+#include <optional>
 #include <stdexcept>
 #include <utility>
+
+#include "platform/QVCDeliveryScope.h"
 
 QVCScriptedWebServiceHandler::QVCScriptedWebServiceHandler(Delivery delivery) : delivery_(delivery) {}
 
@@ -67,6 +70,12 @@ void QVCScriptedWebServiceHandler::answer(std::size_t index, std::unique_lock<st
     QVCResponseCompletion completion = std::move(request.completion);
     request.completion = nullptr;
     lock.unlock();
+    // A released answer is delivered as a transport delivers one: a wait for
+    // an answer from inside it is refused rather than left hanging.
+    std::optional<QVCDeliveryScope> delivering;
+    if (delivery_ == Delivery::Deferred) {
+        delivering.emplace();
+    }
     if (completion) {
         completion(response);
     }

@@ -31,7 +31,8 @@ struct QVCPLATFORM_EXPORT QVCRecordedRequest {
 ///
 /// In Immediate delivery the answer is given inside requestWithPath, before it
 /// returns. In Deferred delivery answers wait until the test calls releaseNext
-/// or releaseAll, and are then given on the test's thread, oldest first.
+/// or releaseAll, and are then given on the test's thread, oldest first,
+/// inside a QVCDeliveryScope as the platform's transports give theirs.
 class QVCPLATFORM_EXPORT QVCScriptedWebServiceHandler : public QVCWebServiceHandler {
 public:
     enum class Delivery { Immediate, Deferred };

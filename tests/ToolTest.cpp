@@ -2,6 +2,7 @@
 
 #include <httplib.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -151,9 +152,13 @@ TEST(ToolFailures, HaveOneLineMessagesAndDocumentedStatuses) {
         {{"--simulation-file", refused.string(), "--timeout-ms", "2000", "master-data"},
          4,
          "master-data raised: country[0].sortOrder is read from occupationTypes[0], which does not exist"},
-        {{"--simulation-file", silent.string(), "--timeout-ms", "300", "--consumer-id", "1", "offer", "7"},
-         5,
-         "offer \"7\": no answer within 300 ms"},
+        // Silent paths end as soon as the library lets go of the call, long before the time limit.
+        {{"--simulation-file", silent.string(), "--timeout-ms", "60000", "--consumer-id", "1", "offer", "7"},
+         3,
+         "offer \"7\": the operation ended without an answer"},
+        {{"--timeout-ms", "60000", "--consumer-id", "1", "offer", "a/b"},
+         3,
+         "offer \"a/b\": the operation ended without an answer (GET lqsapi/consumers/v1/consumers/"},
     };
     for (const auto& [arguments, status, message] : cases) {
         const ToolRun run = runTool(arguments);
@@ -161,6 +166,27 @@ TEST(ToolFailures, HaveOneLineMessagesAndDocumentedStatuses) {
         EXPECT_THAT(run.err, HasSubstr(message));
         EXPECT_EQ(run.out, "") << message;
     }
+}
+
+TEST(ToolFailures, AnOfferAnswerThatIsNotJSONOrNoneAtAllEndsAtOnce) {
+    httplib::Server service;
+    service.Get(".*/offers/7", [](const httplib::Request&, httplib::Response& response) {
+        response.set_content("<html>busy</html>", "text/html");
+    });
+    const int port = service.bind_to_any_port("127.0.0.1");
+    std::thread thread([&] { service.listen_after_bind(); });
+    // Port 9 on loopback refuses the connection.
+    const std::vector<std::pair<int, std::string>> cases = {{port, "answer is not JSON"}, {9, "connection refused"}};
+    for (const auto& [target, cause] : cases) {
+        const ToolRun run = runTool({"--env", "live", "--service-url", "http://127.0.0.1:" + std::to_string(target),
+                                     "--app-id", "a", "--app-key", "k", "--consumer-id", "1", "offer", "7"});
+        EXPECT_EQ(run.status, 3) << run.err;
+        EXPECT_THAT(run.err, HasSubstr("qvconsumer: offer \"7\": the operation ended without an answer ("));
+        EXPECT_THAT(run.err, HasSubstr(cause));
+        EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 1) << run.err;
+    }
+    service.stop();
+    thread.join();
 }
 
 TEST(ToolFailures, TheLargestTimeoutAndIdsAreAcceptedAndWaitedFor) {

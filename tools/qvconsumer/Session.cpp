@@ -97,9 +97,6 @@ Session::Session(const GlobalOptions& options) : options_(options) {
     manager_ = makeManager(options, environment);
     const auto configuration = configurationFor(options, live);
     manager_->setPlatformConfiguration(configuration);
-    // A reader that refuses an answer raises on the transport's thread, where
-    // no completion follows: the hook ends the wait at once.
-    manager_->setAnswerExceptionHook(Rendezvous::hook(rendezvous_));
     waitLimit_ = waitLimit(configuration, live);
 
     if (options.simulationFile) {
@@ -128,6 +125,23 @@ std::shared_ptr<QVCConsumerInfo> Session::authenticate(const std::string& userNa
 
 std::shared_ptr<QVCConsumerInfo> Session::signIn() {
     return options_.userName ? authenticate(*options_.userName) : nullptr;
+}
+
+void Session::checkEnding(const std::string& what, QVCCallEnding ending, const std::shared_ptr<QVCErrorResponse>& error,
+                          const std::exception_ptr& exception) const {
+    switch (ending) {
+        case QVCCallEnding::Completed: return;
+        case QVCCallEnding::TimedOut:
+            throw Failure(ExitNoAnswer, what + ": no answer within " + std::to_string(waitLimit_.count()) + " ms");
+        case QVCCallEnding::NoAnswer:
+            // A reader that refused the answer on the transport's thread, or a
+            // silent path: the path refused, an answer that is not what the
+            // operation reads.
+            check(what, exception, false);
+            throw Failure(ExitServiceError, error->description());
+        case QVCCallEnding::OnDeliveryThread: break;
+    }
+    throw Failure(ExitException, error->description());
 }
 
 void Session::check(const std::string& what, const std::exception_ptr& exception, bool) {

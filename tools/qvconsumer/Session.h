@@ -8,8 +8,8 @@
 #include <string>
 #include <tuple>
 
-#include "Await.h"
 #include "Failure.h"
+#include "QVConsumer/QVCCall.h"
 #include "QVConsumer/QVConsumerManager.h"
 
 /// The options every command shares.
@@ -46,26 +46,25 @@ public:
     /// consumer; that consumer's profile, or null without --user.
     std::shared_ptr<QVCConsumerInfo> signIn();
 
-    /// Starts an operation with a completion of type Completion, waits for it
-    /// and returns its arguments. A caught exception, one that escaped an
-    /// answer callback on the transport's thread, an error record (unless
-    /// errorsAreResults) or no answer in time end the command.
+    /// Starts an operation with a completion of type Completion, waits for
+    /// its result and returns the completion's arguments. A caught exception,
+    /// an error record (unless errorsAreResults), an operation that ended
+    /// without an answer (that exception, or the last error it received) or no
+    /// answer in time end the command.
     template <typename Completion, typename Start>
-    typename AwaitFor<Completion>::type::Values call(const std::string& what, const Start& start,
-                                                     bool errorsAreResults = false) {
-        typename AwaitFor<Completion>::type await(rendezvous_);
-        start(await.completion());
-        std::exception_ptr escaped;
-        auto values = await.wait(waitLimit_, escaped);
-        if (!values) {
-            check(what, escaped, false);
-            throw Failure(ExitNoAnswer, what + ": no answer within " + std::to_string(waitLimit_.count()) + " ms");
-        }
-        std::apply([&](const auto&... value) { (check(what, value, errorsAreResults), ...); }, *values);
-        return *values;
+    typename QVCCompletionTraits<Completion>::Arguments call(const std::string& what, const Start& start,
+                                                             bool errorsAreResults = false) {
+        const auto result = QVCCall::wait<Completion>(what, waitLimit_, start);
+        checkEnding(what, result.ending(), result.error(), result.exception());
+        auto arguments = QVCCompletionTraits<Completion>::argumentsOf(result);
+        std::apply([&](const auto&... value) { (check(what, value, errorsAreResults), ...); }, arguments);
+        return arguments;
     }
 
 private:
+    /// Failure for a call that ended otherwise than by its completion.
+    void checkEnding(const std::string& what, QVCCallEnding ending, const std::shared_ptr<QVCErrorResponse>& error,
+                     const std::exception_ptr& exception) const;
     static void check(const std::string& what, const std::exception_ptr& exception, bool);
     static void check(const std::string& what, const std::shared_ptr<QVCErrorResponse>& error, bool errorsAreResults);
     template <typename T>
@@ -74,7 +73,6 @@ private:
     GlobalOptions options_;
     std::shared_ptr<QVConsumerManager> manager_;
     std::chrono::milliseconds waitLimit_{0};
-    std::shared_ptr<Rendezvous> rendezvous_ = std::make_shared<Rendezvous>();
 };
 
 /// value, or Failure(ExitServiceError) "what: the service returned no noun" when it is absent.

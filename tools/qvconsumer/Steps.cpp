@@ -14,7 +14,7 @@ std::shared_ptr<QVCMasterData> readMasterData(Session& session) {
     return returned(data, "master-data", "reference lists");
 }
 
-AwaitFor<Manager::LoyaltyCompletion>::type::Values readLoyalty(Session& session) {
+QVCCompletionTraits<Manager::LoyaltyCompletion>::Arguments readLoyalty(Session& session) {
     auto& manager = session.manager();
     return session.call<Manager::LoyaltyCompletion>("loyalty",
                                                     [&](auto completion) { manager.retrieveLoyaltyInfo(completion); });

@@ -15,7 +15,7 @@
 /// The reference lists.
 std::shared_ptr<QVCMasterData> readMasterData(Session& session);
 /// Reads the consumer's loyalty balance; the manager keeps it for the offer rules check.
-AwaitFor<QVConsumerManager::LoyaltyCompletion>::type::Values readLoyalty(Session& session);
+QVCCompletionTraits<QVConsumerManager::LoyaltyCompletion>::Arguments readLoyalty(Session& session);
 /// The consumer's offers at the facility.
 std::vector<std::shared_ptr<QVCOffer>> allOffers(Session& session);
 /// Validates offerCode against basket: {offerCode, valid, amountOff, basket lines with their discounted prices}.
