@@ -1,12 +1,15 @@
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
+#include "platform/QVCCurlLoop.h"
 #include "platform/QVCPlatformConfiguration.h"
 #include "platform/QVCPlatformExport.h"
-#include "platform/QVCTransportThread.h"
+#include "platform/QVCTransportWorker.h"
 #include "platform/QVCWebServiceHandler.h"
 
 /// The web service handler of the live environment: it sends each request to
@@ -38,11 +41,17 @@
 /// - Durations and retries of the configuration are bounded first
 ///   (QVCPlatformConfiguration::bounded).
 ///
-/// Requests run concurrently on one thread that drives a curl multi handle;
-/// answer callbacks are called one at a time on that thread. An exception
-/// escaping an answer callback goes to the exception hook. Destroying the
-/// handler answers every request in flight or waiting with a "cancelled"
-/// error record and joins the thread.
+/// Every live handler of the process with the same service root, application
+/// id and key and settings shares one engine: one thread driving a curl multi
+/// handle over one bounded connection pool (QVCCurlLoop), made on the first
+/// request and ended when the last such handler is destroyed. Making a
+/// handler starts no thread. Answer callbacks of one handler are called one at
+/// a time, in the order the answers completed, on the engine's thread (or on
+/// one of its deliveryThreads). An exception escaping an answer callback goes
+/// to this handler's exception hook. Destroying the handler answers every
+/// request of its own in flight or waiting with a "cancelled" error record
+/// and waits for those callbacks (unless it is destroyed inside one of them);
+/// the other handlers' requests go on.
 class QVCPLATFORM_EXPORT QVCHTTPWebServiceHandler : public QVCWebServiceHandler {
 public:
     QVCHTTPWebServiceHandler(QVCPlatformConfiguration configuration, std::optional<std::string> appID,
@@ -50,7 +59,7 @@ public:
     ~QVCHTTPWebServiceHandler() override;
 
     /// Receives an exception that escaped an answer callback; by default it is dropped.
-    void setExceptionHook(QVCTransportThread::ExceptionHook hook);
+    void setExceptionHook(QVCTransportClient::ExceptionHook hook);
 
     void requestWithPath(const std::string& path, std::int64_t httpMethod, const std::string& contextMessageType,
                          const std::optional<QVCHeaders>& headers, const std::optional<QVCJSON>& body,
@@ -58,6 +67,18 @@ public:
                          QVCResponseCompletion completion) override;
 
 private:
-    struct Engine;
-    std::shared_ptr<Engine> engine_;
+    /// The engine of this handler's service root, credentials and settings.
+    static std::shared_ptr<QVCTransportEngine> engineFor(const QVCPlatformConfiguration& configuration,
+                                                         const std::optional<std::string>& appID,
+                                                         const std::optional<std::string>& appKey);
+    /// Why request cannot be sent as it is; none when it can.
+    std::optional<QVCResponse> refusalOf(QVCHTTPRequest& request, std::int64_t httpMethod,
+                                         const std::optional<QVCHeaders>& headers) const;
+
+    std::chrono::milliseconds budget_;
+    std::optional<std::string> refusal_;
+    std::string rootURL_;
+    std::vector<std::string> credentialLines_;
+    std::shared_ptr<QVCTransportEngine> engine_;
+    std::shared_ptr<QVCTransportClient> client_;
 };

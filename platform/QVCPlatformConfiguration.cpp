@@ -66,6 +66,8 @@ QVCPlatformConfiguration QVCPlatformConfiguration::fromEnvironment(QVCPlatformCo
     overlayNumber(maxRetriesVariable, base.maxRetries, 0, maxRetriesLimit, base.problems);
     overlayNumber(maxAnswerBytesVariable, base.maxAnswerBytes, 1, std::numeric_limits<std::size_t>::max(),
                   base.problems);
+    overlayNumber(maxConnectionsVariable, base.maxConnections, 1, maxConnectionsLimit, base.problems);
+    overlayNumber(deliveryThreadsVariable, base.deliveryThreads, 1, maxDeliveryThreadsLimit, base.problems);
     overlayFlag(allowPlainHTTPVariable, base.allowPlainHTTP, base.problems);
     return base;
 }
@@ -77,6 +79,8 @@ QVCPlatformConfiguration QVCPlatformConfiguration::bounded() const {
     result.retryMaxDelayMs = std::clamp(retryMaxDelayMs, 1L, maxDurationMs);
     result.retryBaseDelayMs = std::clamp(retryBaseDelayMs, 0L, result.retryMaxDelayMs);
     result.maxRetries = std::clamp(maxRetries, 0, maxRetriesLimit);
+    result.maxConnections = std::clamp(maxConnections, 1L, maxConnectionsLimit);
+    result.deliveryThreads = std::clamp(deliveryThreads, 1, maxDeliveryThreadsLimit);
     return result;
 }
 

@@ -22,6 +22,8 @@
 ///   QVCONSUMER_CA_BUNDLE            caBundlePath
 ///   QVCONSUMER_MAX_ANSWER_BYTES     maxAnswerBytes
 ///   QVCONSUMER_ALLOW_PLAIN_HTTP     allowPlainHTTP ("1"/"true"/"yes" or "0"/"false"/"no")
+///   QVCONSUMER_MAX_CONNECTIONS      maxConnections
+///   QVCONSUMER_DELIVERY_THREADS     deliveryThreads
 struct QVCPLATFORM_EXPORT QVCPlatformConfiguration {
     static constexpr const char* serviceURLVariable = "QVCONSUMER_SERVICE_URL";
     static constexpr const char* connectTimeoutVariable = "QVCONSUMER_CONNECT_TIMEOUT_MS";
@@ -30,12 +32,17 @@ struct QVCPLATFORM_EXPORT QVCPlatformConfiguration {
     static constexpr const char* caBundleVariable = "QVCONSUMER_CA_BUNDLE";
     static constexpr const char* maxAnswerBytesVariable = "QVCONSUMER_MAX_ANSWER_BYTES";
     static constexpr const char* allowPlainHTTPVariable = "QVCONSUMER_ALLOW_PLAIN_HTTP";
+    static constexpr const char* maxConnectionsVariable = "QVCONSUMER_MAX_CONNECTIONS";
+    static constexpr const char* deliveryThreadsVariable = "QVCONSUMER_DELIVERY_THREADS";
 
     /// Largest timeout or delay accepted, in milliseconds (one day), and the
     /// largest number of retries. fromEnvironment() refuses larger values; the
     /// transport reads larger fields as these.
     static constexpr long maxDurationMs = 86400000;
     static constexpr int maxRetriesLimit = 10;
+    /// Largest pool of connections and largest number of delivery threads accepted.
+    static constexpr long maxConnectionsLimit = 1024;
+    static constexpr int maxDeliveryThreadsLimit = 64;
 
     /// Header fields that carry the application's credentials on every live request.
     static constexpr const char* appIDHeader = "X-App-Id";
@@ -63,8 +70,15 @@ struct QVCPLATFORM_EXPORT QVCPlatformConfiguration {
     std::size_t maxAnswerBytes = 16 * 1024 * 1024;
     /// Plain http is refused except to loopback hosts unless this is set.
     bool allowPlainHTTP = false;
-    /// Largest number of connections kept open to the service at once.
+    /// Largest number of connections kept open to the service at once. The
+    /// pool belongs to the engine that every live handler of the process with
+    /// the same service root, credentials and settings shares.
     long maxConnections = 8;
+    /// Threads that call answer callbacks. With 1 they run on the engine's
+    /// own thread; with more, on that many threads besides it. Either way the
+    /// answers of one handler (one manager) come one at a time, in the order
+    /// they completed.
+    int deliveryThreads = 1;
     /// Called on the transport's thread after each attempt, retries included,
     /// to show the HTTP exchange (qvconsumer --verbose); none by default. It
     /// must return quickly and not throw.
@@ -76,7 +90,9 @@ struct QVCPLATFORM_EXPORT QVCPlatformConfiguration {
 
     /// This configuration with every duration brought into 1..maxDurationMs
     /// (the base delay into 0..retryMaxDelayMs) and maxRetries into
-    /// 0..maxRetriesLimit, so that no arithmetic on them can overflow.
+    /// 0..maxRetriesLimit, maxConnections into 1..maxConnectionsLimit and
+    /// deliveryThreads into 1..maxDeliveryThreadsLimit, so that no arithmetic
+    /// on them can overflow.
     QVCPlatformConfiguration bounded() const;
 
     /// The longest a request may take, all attempts and the back-offs between

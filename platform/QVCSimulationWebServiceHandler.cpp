@@ -1,103 +1,101 @@
 #include "platform/QVCSimulationWebServiceHandler.h"
 
 #include <condition_variable>
-#include <deque>
 #include <mutex>
 #include <utility>
 
 #include "platform/QVCRequestShapes.h"
 #include "platform/QVCSimulationFile.h"
 
+struct QVCSimulationWebServiceHandler::LoadedFile {
+    bool attempted = false;
+    std::string path;
+    std::shared_ptr<QVCSimulationFile> file;
+    std::string error;
+
+    /// The file at path, read once until another path is named.
+    QVCSimulationFile* at(const std::string& wanted) {
+        if (!attempted || path != wanted) {
+            attempted = true;
+            path = wanted;
+            file.reset();
+            error.clear();
+            try {
+                file = QVCSimulationFile::load(path);
+            } catch (const QVCSimulationFile::Invalid& invalid) {
+                error = invalid.what();
+            }
+        }
+        return file.get();
+    }
+};
+
 namespace {
 
-struct Job {
-    std::string method;
-    std::string path;  // the refused request's shape when refused is set
+struct SimulationRequest : QVCTransportRequest {
     std::optional<std::string> file;
-    QVCResponseCompletion completion;
-    std::optional<QVCResponse> refused;
+    std::shared_ptr<QVCSimulationWebServiceHandler::LoadedFile> loaded;
+};
+
+QVCResponse answerOf(SimulationRequest& request) {
+    auto failure = [&](const std::string& message) {
+        return QVCResponse(
+            std::nullopt, {},
+            QVCErrorResponse::initWithErrorMessages({request.method + " " + request.path + ": " + message}));
+    };
+    if (!request.file) {
+        return failure("no simulation file was given for the request");
+    }
+    QVCSimulationFile* file = request.loaded->at(*request.file);
+    return file ? file->answer(request.method, request.path) : failure(request.loaded->error);
+}
+
+/// Answers each request from its file as soon as it is taken up.
+class SimulationBackend : public QVCTransportBackend {
+public:
+    void start(std::unique_ptr<QVCTransportRequest> request, Answered& answered) override {
+        auto& simulated = static_cast<SimulationRequest&>(*request);
+        auto response =
+            QVCTransportWorker::computed(simulated.method, simulated.path, [&] { return answerOf(simulated); });
+        answered.emplace_back(std::move(request), std::move(response));
+    }
+
+    void advance(long maxWaitMs, Answered&) override {
+        std::unique_lock<std::mutex> lock(mutex_);
+        woken_.wait_for(lock, std::chrono::milliseconds(maxWaitMs), [&] { return wakeup_; });
+        wakeup_ = false;
+    }
+
+    void wake() override {
+        std::lock_guard<std::mutex> lock(mutex_);
+        wakeup_ = true;
+        woken_.notify_one();
+    }
+
+    std::vector<std::unique_ptr<QVCTransportRequest>> takeRequestsOf(const QVCTransportClient&) override {
+        return {};  // nothing is in progress between turns
+    }
+
+private:
+    std::mutex mutex_;
+    std::condition_variable woken_;
+    bool wakeup_ = false;
 };
 
 }  // namespace
 
-struct QVCSimulationWebServiceHandler::State {
-    QVCTransportThread thread;
-    std::mutex mutex;
-    std::condition_variable wake;
-    std::deque<Job> jobs;
-    bool stopping = false;
-
-    // Touched only on the handler's thread.
-    bool attempted = false;
-    std::string loadedPath;
-    std::shared_ptr<QVCSimulationFile> loaded;
-    std::string loadError;
-
-    QVCResponse answer(const Job& job) {
-        if (job.refused) {
-            return *job.refused;
-        }
-        if (!job.file) {
-            return QVCResponse(std::nullopt, {},
-                               QVCErrorResponse::initWithErrorMessages(
-                                   {job.method + " " + job.path + ": no simulation file was given for the request"}));
-        }
-        if (!attempted || loadedPath != *job.file) {
-            attempted = true;
-            loadedPath = *job.file;
-            loaded.reset();
-            loadError.clear();
-            try {
-                loaded = QVCSimulationFile::load(loadedPath);
-            } catch (const QVCSimulationFile::Invalid& invalid) {
-                loadError = invalid.what();
-            }
-        }
-        if (!loaded) {
-            return QVCResponse(
-                std::nullopt, {},
-                QVCErrorResponse::initWithErrorMessages({job.method + " " + job.path + ": " + loadError}));
-        }
-        return loaded->answer(job.method, job.path);
-    }
-
-    void run() {
-        std::unique_lock<std::mutex> lock(mutex);
-        while (true) {
-            wake.wait(lock, [&] { return stopping || !jobs.empty(); });
-            if (jobs.empty()) {
-                return;
-            }
-            Job job = std::move(jobs.front());
-            jobs.pop_front();
-            bool cancelled = stopping;
-            lock.unlock();
-            if (cancelled) {
-                thread.deliver(job.completion, QVCTransportThread::cancelled(job.method, job.path));
-            } else {
-                thread.deliver(job.completion, job.method, job.path, [&] { return answer(job); });
-            }
-            job = Job();  // release what the callback captured before the lock is taken again
-            lock.lock();
-        }
-    }
-};
-
-QVCSimulationWebServiceHandler::QVCSimulationWebServiceHandler() : state_(std::make_shared<State>()) {
-    state_->thread.start([state = state_] { state->run(); });
-}
+QVCSimulationWebServiceHandler::QVCSimulationWebServiceHandler()
+    : engine_(QVCTransportEngine::shared(
+          "simulation", [] { return std::make_shared<QVCTransportWorker>(std::make_unique<SimulationBackend>(), 1); })),
+      client_(engine_->worker().addClient()),
+      file_(std::make_shared<LoadedFile>()) {}
 
 QVCSimulationWebServiceHandler::~QVCSimulationWebServiceHandler() {
-    {
-        std::lock_guard<std::mutex> lock(state_->mutex);
-        state_->stopping = true;
-    }
-    state_->wake.notify_all();
-    state_->thread.finish();
+    engine_->worker().close(client_);
 }
 
-void QVCSimulationWebServiceHandler::setExceptionHook(QVCTransportThread::ExceptionHook hook) {
-    state_->thread.setExceptionHook(std::move(hook));
+void QVCSimulationWebServiceHandler::setExceptionHook(QVCTransportClient::ExceptionHook hook) {
+    client_->setExceptionHook(std::move(hook));
 }
 
 void QVCSimulationWebServiceHandler::requestWithPath(const std::string& path, std::int64_t httpMethod,
@@ -105,18 +103,17 @@ void QVCSimulationWebServiceHandler::requestWithPath(const std::string& path, st
                                                      const std::optional<QVCJSON>&, std::int64_t,
                                                      const std::optional<std::string>& simulateFilePath,
                                                      QVCResponseCompletion completion) {
-    std::string method = QVCHTTPMethodName(httpMethod);
+    auto request = std::make_unique<SimulationRequest>();
+    request->method = QVCHTTPMethodName(httpMethod);
     // Checked as the live transport checks it, so that both answer the same requests.
-    const auto checked = QVCRequestShapes::check(method, path);
-    Job job{method, checked.target ? path : checked.shape, simulateFilePath, std::move(completion),
-            checked.target ? std::nullopt : std::optional<QVCResponse>(checked.refusal(method))};
-    {
-        std::lock_guard<std::mutex> lock(state_->mutex);
-        if (!state_->stopping) {
-            state_->jobs.push_back(std::move(job));
-            state_->wake.notify_one();
-            return;
-        }
+    const auto checked = QVCRequestShapes::check(request->method, path);
+    request->path = checked.target ? path : checked.shape;
+    if (!checked.target) {
+        request->ready = checked.refusal(request->method);
     }
-    state_->thread.deliver(job.completion, QVCTransportThread::cancelled(job.method, job.path));
+    request->file = simulateFilePath;
+    request->loaded = file_;
+    request->completion = std::move(completion);
+    request->client = client_;
+    engine_->worker().submit(std::move(request));
 }

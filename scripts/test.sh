@@ -73,7 +73,7 @@ $sudo env DEBIAN_FRONTEND=noninteractive apt-get remove -y -qq qvconsumer >/dev/
 run_suite build/asan "-DQVC_SANITIZE=address;undefined" -DCMAKE_CXX_COMPILER=clang++
 # The transports run their own threads, and the call styles end their futures on them: check for data races.
 run_suite build/tsan "-DQVC_SANITIZE=thread" -DCMAKE_CXX_COMPILER=clang++ -- \
-  -R '^(Matrix/|BothDeliveries/)?(CallStyles|CallStylesLive|HTTPTransport|HTTPSTransport|HTTPSendOnce|RequestPaths|SimulationTransport|SimulationEnvironment|AnswerDocument|RecordArena|PlatformConfiguration|ServiceEndToEnd|ServiceFaults|ServiceProcess|ToolService)\.'
+  -R '^(Matrix/|BothDeliveries/)?(CallStyles|CallStylesLive|HTTPTransport|HTTPSTransport|HTTPSendOnce|RequestPaths|SimulationTransport|SimulationEnvironment|AnswerDocument|RecordArena|PlatformConfiguration|SharedEngine|RetryPolicy|HTTPOutcome|ServiceEndToEnd|ServiceFaults|ServiceProcess|ToolService)\.'
 
 # A short bounded run of every fuzz harness (the corpora were replayed by ctest above).
 if command -v clang++ >/dev/null; then
