@@ -37,5 +37,5 @@ const char* const QVCHelperAPICategories = "categories";
 const char* const QVCHelperAPICategoryId = "categoryId";
 const char* const QVCHelperAPICategoryName = "categoryName";
 
-const double QVConsumerVersionNumber = QVC_VERSION_NUMBER;
+const double QVConsumerVersionNumber = QVC_VERSION_MAJOR_MINOR;
 const char* const QVConsumerVersionString = "QVConsumer " QVC_VERSION_TEXT;

@@ -1,16 +1,20 @@
 # What a host finds once the library is installed: the CMake package
 # (find_package(QVConsumer)), the pkg-config file (qvconsumer.pc), and the
-# Debian package that cpack -G DEB makes of both. Every destination is
+# Debian packages that cpack -G DEB makes of them. Every destination is
 # relative to the install prefix, so --prefix at install time moves it all.
+# Each file belongs to one component, and each component is one package:
+# runtime (the shared libraries and the simulation file), dev (headers, link
+# names, static libraries, CMake and pkg-config files) and tools (qvconsumer,
+# qvconsumer-service).
 include(CMakePackageConfigHelpers)
 set(qvc_cmake_dir "${CMAKE_INSTALL_LIBDIR}/cmake/QVConsumer")
-install(EXPORT QVConsumerTargets NAMESPACE QVConsumer:: DESTINATION "${qvc_cmake_dir}")
+install(EXPORT QVConsumerTargets NAMESPACE QVConsumer:: DESTINATION "${qvc_cmake_dir}" COMPONENT dev)
 configure_package_config_file(cmake/QVConsumerConfig.cmake.in "${PROJECT_BINARY_DIR}/QVConsumerConfig.cmake"
                               INSTALL_DESTINATION "${qvc_cmake_dir}")
 write_basic_package_version_file("${PROJECT_BINARY_DIR}/QVConsumerConfigVersion.cmake"
                                  COMPATIBILITY SameMajorVersion)
 install(FILES "${PROJECT_BINARY_DIR}/QVConsumerConfig.cmake" "${PROJECT_BINARY_DIR}/QVConsumerConfigVersion.cmake"
-        DESTINATION "${qvc_cmake_dir}")
+        DESTINATION "${qvc_cmake_dir}" COMPONENT dev)
 
 # The .pc file names its prefix relative to its own folder (${pcfiledir}).
 set(qvc_pc_dir "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
@@ -31,22 +35,8 @@ if(NOT BUILD_SHARED_LIBS)
   set(qvc_pc_libs_private "")
 endif()
 configure_file(cmake/qvconsumer.pc.in "${PROJECT_BINARY_DIR}/qvconsumer.pc" @ONLY)
-install(FILES "${PROJECT_BINARY_DIR}/qvconsumer.pc" DESTINATION "${qvc_pc_dir}")
+install(FILES "${PROJECT_BINARY_DIR}/qvconsumer.pc" DESTINATION "${qvc_pc_dir}" COMPONENT dev)
 
 if(PROJECT_IS_TOP_LEVEL)
-  set(CPACK_PACKAGE_NAME "qvconsumer")
-  set(CPACK_PACKAGE_VENDOR "QVConsumer developers")
-  set(CPACK_PACKAGE_CONTACT "QVConsumer developers <qvconsumer@localhost>")
-  set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Client library for a consumer-loyalty and offers service")
-  set(CPACK_PACKAGING_INSTALL_PREFIX "/usr")
-  set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-  set(CPACK_DEBIAN_PACKAGE_SECTION "libdevel")
-  # The library packages come from dpkg-shlibdeps; the headers need the
-  # development packages of what the public headers include.
-  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-  string(JOIN ", " CPACK_DEBIAN_PACKAGE_DEPENDS
-         "nlohmann-json3-dev (>= ${QVC_NLOHMANN_JSON_MIN})"
-         "libsimdjson-dev (>= ${QVC_SIMDJSON_MIN})"
-         "libcurl4-openssl-dev (>= ${QVC_CURL_MIN}) | libcurl-dev")
-  include(CPack)
+  include(cmake/QVConsumerPackage.cmake)
 endif()

@@ -47,7 +47,7 @@ TEST_F(ToolService, EverySubcommandIsServedAndWhatItChangesIsStored) {
         {{"--user", "jdoe", "redeem", "SAVE10", "--amount", "10", "--reference", "R-2"},
          3,
          "the service answered with status 409: offer SAVE10 has reached its redeem limit of 1"},
-        {{"--user", "jdoe", "push-token", "tok-1"}, 0, {{"/registered", true}, {"/consumerID", "1001"}}},
+        {{"--user", "jdoe", "push-token", "tok-1"}, 0, {{"/registered", true}, {"/consumerID", 1001}}},
     };
     const std::vector<std::string> settings = {"QVCONSUMER_SERVICE_URL=" + service->url(),
                                                std::string("QVCONSUMER_APP_ID=") + appID,

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <string>
 #include <thread>
 #include <vector>
@@ -233,6 +234,142 @@ TEST(ToolDiagnostics, VersionAndVerboseExchanges) {
         "refused\\) in [0-9]+ ms, 0 bytes sent, 0 received\n";
     EXPECT_THAT(verbose.err,
                 ::testing::MatchesRegex(attempt + attempt + attempt + "qvconsumer: loyalty failed: [^\n]*\n"));
+}
+
+TEST(ToolHelp, HelpCommandMatchesTheGoldenFilesAndTheHelpOption) {
+    const std::vector<std::pair<std::string, std::vector<std::string>>> cases = {
+        {"help.txt", {"help"}},
+        {"help-validate.txt", {"help", "validate"}},
+    };
+    for (const auto& [file, arguments] : cases) {
+        const ToolRun run = runTool(arguments);
+        EXPECT_EQ(run.status, 0) << file << ": " << run.err;
+        EXPECT_EQ(run.out, golden(file)) << file;
+    }
+    EXPECT_EQ(runTool({"--help"}).out, golden("help.txt"));
+    EXPECT_EQ(runTool({"validate", "--help"}).out, golden("help-validate.txt"));
+}
+
+/// Every usage error is one line on stderr, status 2, nothing on stdout; the
+/// golden file holds each command line and the line it gets.
+TEST(ToolUsage, ErrorsAreOneLineWithSuggestionsAsTheGoldenFile) {
+    const std::vector<std::vector<std::string>> cases = {
+        {"ofers"},
+        {"valdate", "SAVE10"},
+        {"off"},
+        {"frobnicate"},
+        {"--jsn", "offers"},
+        {"--user", "jdoe", "offers", "--verbos"},
+        {"--user", "jdoe", "offers", "extra"},
+        {"help", "ofer-code"},
+        {},
+        {"validate", "SAVE10"},
+        {"--env", "staging", "offers"},
+        {"--consumer-id", "abc", "offers"},
+        {"offers"},
+        {"push-token", "abc"},
+        {"redeem", "SAVE10", "--amount", "5", "--reference", "R"},
+        {"--env", "live", "--app-id", "a", "--app-key", "k", "--service-url", "127.0.0.1:8480", "loyalty"},
+        {"--env", "live", "--app-id", "a", "--app-key", "k", "--service-url", "ftp://host/", "loyalty"},
+        {"--env", "live", "--app-id", "a", "--app-key", "k", "--service-url", "http:///path", "loyalty"},
+    };
+    std::string transcript;
+    for (const auto& arguments : cases) {
+        const ToolRun run = runTool(arguments);
+        transcript += "$ qvconsumer";
+        for (const auto& argument : arguments) {
+            transcript += " " + argument;
+        }
+        transcript += "\n" + run.err;
+        EXPECT_EQ(run.status, 2) << transcript;
+        EXPECT_EQ(run.out, "") << transcript;
+        EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 1) << run.err;
+    }
+    EXPECT_EQ(transcript, golden("usage.txt"));
+}
+
+TEST(ToolUsage, AnInvalidSimulationFileIsAUsageError) {
+    TemporaryFolder folder;
+    const fs::path notJSON = folder.path() / "text.json", noEntries = folder.path() / "object.json";
+    std::ofstream(notJSON) << "entries";
+    std::ofstream(noEntries) << R"({"entries": 3})";
+    for (const fs::path& file : {notJSON, noEntries}) {
+        const ToolRun run = runTool({"--simulation-file", file.string(), "master-data"});
+        EXPECT_EQ(run.status, 2) << run.err;
+        EXPECT_THAT(run.err, HasSubstr("qvconsumer: simulation file \"" + file.string() + "\""));
+    }
+}
+
+/// The JSON type of each key of value, and of its nested objects, by path
+/// without array indexes ("products.price"); null is left out.
+void collectTypes(const nlohmann::json& value, const std::string& path, std::map<std::string, std::string>& types) {
+    if (value.is_array()) {
+        for (const auto& element : value) {
+            collectTypes(element, path, types);
+        }
+        return;
+    }
+    if (!value.is_object()) {
+        if (!value.is_null()) {
+            types[path] = value.type_name();
+        }
+        return;
+    }
+    for (const auto& [key, member] : value.items()) {
+        collectTypes(member, path.empty() ? key : path + "." + key, types);
+    }
+}
+
+TEST(ToolJSON, EachKeyHasOneTypeAcrossCommandsAndAbsentIsNull) {
+    const std::vector<std::vector<std::string>> commands = {
+        {"authenticate", "jdoe"},
+        {"--consumer-id", "1001", "push-token", "abc"},
+        {"--user", "jdoe", "offers"},
+        {"--user", "jdoe", "offer-code", "SAVE10"},
+        {"--user", "jdoe", "offer-code", "FIVEOFF25"},
+        {"--user", "jdoe", "validate", "SAVE10", "--item", "301:24.50:2"},
+        {"--user", "jdoe", "validate", "FIVEOFF25", "--item", "101:24.50"},
+        {"--user", "jdoe", "redeem", "SAVE10", "--amount", "57", "--reference", "R1"},
+        {"--user", "jdoe", "rules-check", "SAVE10", "--cart-total", "20"},
+        {"--user", "jdoe", "loyalty"},
+    };
+    std::map<std::string, std::map<std::string, std::string>> typesOf;  // leaf key -> type -> first command
+    std::vector<nlohmann::json> offers;
+    for (const auto& command : commands) {
+        const ToolRun run = runTool([&] {
+            std::vector<std::string> arguments = {"--json"};
+            arguments.insert(arguments.end(), command.begin(), command.end());
+            return arguments;
+        }());
+        const auto document = parsedOut(run);
+        EXPECT_THAT(run.out, ::testing::Not(HasSubstr("(null)"))) << command.back();
+        std::map<std::string, std::string> types;
+        collectTypes(document, "", types);
+        for (const auto& [path, type] : types) {
+            const std::string key = path.substr(path.rfind('.') + 1);
+            typesOf[key].emplace(type, command.back());
+        }
+        if (document.contains("offerName")) {
+            offers.push_back(document);
+        } else if (document.is_array() && !document.empty() && document.front().contains("offerName")) {
+            offers.push_back(document.front());
+        }
+    }
+    for (const auto& [key, types] : typesOf) {
+        EXPECT_EQ(types.size(), 1u) << key << " has " << types.size() << " types";
+    }
+    EXPECT_EQ(typesOf["consumerID"].begin()->first, "number");
+    ASSERT_GE(offers.size(), 2u);
+    for (const auto& offer : offers) {
+        std::vector<std::string> keys, expected;
+        for (const auto& [key, value] : offer.items()) {
+            keys.push_back(key);
+        }
+        for (const auto& [key, value] : offers.front().items()) {
+            expected.push_back(key);
+        }
+        EXPECT_EQ(keys, expected) << offer["offerCode"];
+    }
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 
 #include <iostream>
 
+#include "AnswerMessage.h"
 #include "Demo.h"
 #include "Profile.h"
 #include "QVConsumer/QVCConsumerInfo.h"
@@ -181,7 +182,7 @@ std::optional<Output> runRedeem(Context& context) {
 
 std::optional<Output> runPushToken(Context& context) {
     const bool registered = registerPushToken(context.session, context.input.token);
-    return fields({{"registered", registered}, {"consumerID", presentText(context.session.manager().consumerID())}});
+    return fields({{"registered", registered}, {"consumerID", presentID(context.session.manager().consumerID())}});
 }
 
 std::optional<Output> runDemo(Context& context) {
@@ -208,61 +209,95 @@ void declareProfile(CLI::App& command, Input& input) {
 const std::vector<Subcommand>& subcommands() {
     using App = CLI::App;
     static const std::vector<Subcommand> all = {
-        {"master-data", "the reference code lists", nullptr, nullptr, true, runMasterData},
+        {"master-data", "the reference code lists", nullptr, nullptr, ForConsumer::IfGiven, runMasterData},
         {"authenticate", "look a consumer up by user name",
          [](App& command, Input& input) {
              command.add_option("user-name", input.userName, "user name (--user when left out)");
          },
-         nullptr, false, runAuthenticate},
-        {"sign-up", "register a new consumer", declareProfile, checkProfile, false, runSignUp},
-        {"update-profile", "rewrite the consumer's profile", declareProfile, checkProfile, true, runUpdateProfile},
-        {"loyalty", "the consumer's loyalty balance", nullptr, nullptr, true, runLoyalty},
-        {"offers", "the consumer's offers at the facility", nullptr, nullptr, true, runOffers},
+         nullptr, ForConsumer::Nobody, runAuthenticate},
+        {"sign-up", "register a new consumer", declareProfile, checkProfile, ForConsumer::Nobody, runSignUp},
+        {"update-profile", "rewrite the consumer's profile", declareProfile, checkProfile, ForConsumer::Needed,
+         runUpdateProfile},
+        {"loyalty", "the consumer's loyalty balance", nullptr, nullptr, ForConsumer::Needed, runLoyalty},
+        {"offers", "the consumer's offers at the facility", nullptr, nullptr, ForConsumer::Needed, runOffers},
         {"offer", "one offer by its id",
          [](App& command, Input& input) { command.add_option("offer-id", input.offerID, "offer id")->required(); },
-         nullptr, true, runOffer},
-        {"offer-code", "one offer by the code a shopper types", declareCode, nullptr, true, runOfferCode},
+         nullptr, ForConsumer::Needed, runOffer},
+        {"offer-code", "one offer by the code a shopper types", declareCode, nullptr, ForConsumer::Needed,
+         runOfferCode},
         {"rules-check", "check an offer's rules locally against a cart total and a product",
          [](App& command, Input& input) {
              declareCode(command, input);
              command.add_option("--cart-total", input.cartTotal, "purchase total")->required();
              command.add_option("--product-id", input.productID, "product the offer is to apply to");
          },
-         checkCartTotal, true, runRulesCheck},
+         checkCartTotal, ForConsumer::Needed, runRulesCheck},
         {"validate", "what an offer code is worth against a basket",
          [](App& command, Input& input) {
              declareCode(command, input);
              command.add_option("--item", input.items, "basket item ID:PRICE[:QUANTITY] (repeat the option)")
                  ->required();
          },
-         checkBasket, true, runValidate},
+         checkBasket, ForConsumer::Needed, runValidate},
         {"redeem", "redeem an offer for a purchase",
          [](App& command, Input& input) {
              declareCode(command, input);
              command.add_option("--amount", input.amount, "purchase amount")->required();
              command.add_option("--reference", input.reference, "the purchase's reference id")->required();
          },
-         checkAmount, true, runRedeem},
+         checkAmount, ForConsumer::Needed, runRedeem},
         {"push-token", "register the device's push token",
          [](App& command, Input& input) { command.add_option("token", input.token, "device token")->required(); },
-         nullptr, true, runPushToken},
+         nullptr, ForConsumer::Needed, runPushToken},
         {"demo", "the whole shopper journey against the simulation file",
          [](App& command, Input& input) {
              command.add_flag("--live", input.live,
                               "start a reference service in-process, seeded from the simulation file, and run "
                               "the journey against it over HTTP");
          },
-         nullptr, false, runDemo},
+         nullptr, ForConsumer::Nobody, runDemo},
     };
     return all;
 }
+
+namespace {
+
+/// Refuses a command that acts for a consumer when none is given: the
+/// request would carry no consumer id.
+void requireConsumer(const Subcommand& subcommand, const GlobalOptions& options) {
+    if (subcommand.consumer == ForConsumer::Needed && !options.userName && !options.consumerID) {
+        throw Failure(ExitUsage,
+                      std::string(subcommand.name) + " acts for a consumer: give --user NAME or --consumer-id ID");
+    }
+}
+
+/// Runs subcommand; a service failure whose answer carried a message the
+/// library left out (a refused authentication) gets that message added.
+std::optional<Output> runWithAnswerMessages(const Subcommand& subcommand, Session& session, const Input& input) {
+    auto& manager = session.manager();
+    auto messages = std::make_shared<AnswerMessage>(manager.webServiceHandler());
+    manager.setWebServiceHandler(messages);
+    try {
+        Context context{session, input, subcommand.consumer != ForConsumer::Nobody ? session.signIn() : nullptr};
+        return subcommand.run(context);
+    } catch (const Failure& failure) {
+        const auto message = messages->last();
+        const std::string text = failure.what();
+        if (failure.status() != ExitServiceError || !message || text.find(*message) != std::string::npos) {
+            throw;
+        }
+        throw Failure(ExitServiceError, text + " (" + *message + ")");
+    }
+}
+
+}  // namespace
 
 int perform(const Subcommand& subcommand, Session& session, Input& input) {
     if (subcommand.check) {
         subcommand.check(input);
     }
-    Context context{session, input, subcommand.signsIn ? session.signIn() : nullptr};
-    if (auto output = subcommand.run(context)) {
+    requireConsumer(subcommand, session.options());
+    if (auto output = runWithAnswerMessages(subcommand, session, input)) {
         if (session.options().json) {
             std::cout << output->presented.dump(2) << '\n';
         } else {

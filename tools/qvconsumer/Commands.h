@@ -28,6 +28,13 @@ struct Context {
     std::shared_ptr<QVCConsumerInfo> signedIn;
 };
 
+/// Whom a subcommand acts for.
+enum class ForConsumer {
+    Nobody,   ///< no consumer: --user and --consumer-id are not used
+    IfGiven,  ///< --user is authenticated first when given
+    Needed,   ///< refused (ExitUsage) before anything is sent without --user or --consumer-id
+};
+
 /// One subcommand of the tool. Each function may be null when there is nothing to do.
 struct Subcommand {
     const char* name;
@@ -37,7 +44,7 @@ struct Subcommand {
     /// Checks and converts the input before anything is sent (Failure, ExitUsage).
     void (*check)(Input&);
     /// Whether --user is authenticated first, so that the command acts for that consumer.
-    bool signsIn;
+    ForConsumer consumer;
     /// Calls the library and presents the answer; none when it printed as it went.
     std::optional<Output> (*run)(Context&);
 };

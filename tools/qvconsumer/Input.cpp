@@ -6,6 +6,7 @@
 
 #include "Failure.h"
 #include "QVConsumer/QVCProduct.h"
+#include "platform/QVCSimulationFile.h"
 
 namespace {
 
@@ -53,4 +54,24 @@ std::shared_ptr<QVCProduct> parseBasketItem(const std::string& item) {
         throw Failure(ExitUsage, "quantity in basket item \"" + item + "\" must be at least 1");
     }
     return product;
+}
+
+void checkGlobalOptions(const GlobalOptions& options) {
+    if (options.simulationFile) {
+        try {
+            QVCSimulationFile::load(*options.simulationFile);
+        } catch (const QVCSimulationFile::Invalid& invalid) {
+            throw Failure(ExitUsage, invalid.what());
+        }
+    }
+    if (options.environment == "live" && options.serviceURL) {
+        const std::string& url = *options.serviceURL;
+        const std::size_t hostStart = url.find("://") == std::string::npos ? 0 : url.find("://") + 3;
+        const std::string scheme = url.substr(0, hostStart);
+        const bool spaced = url.find_first_of(" \t\r\n") != std::string::npos;
+        if ((scheme != "http://" && scheme != "https://") || spaced ||
+            url.find_first_of("/?#", hostStart) == hostStart || hostStart == url.size()) {
+            throw Failure(ExitUsage, "service URL \"" + url + "\" is not http://HOST[:PORT][/PATH] or https://...");
+        }
+    }
 }

@@ -9,6 +9,7 @@
 
 #include "Profile.h"
 #include "QVConsumer/QVConsumerManager.h"
+#include "Session.h"
 
 /// What the command line gave the subcommand, each member bound by the rows
 /// that take it, and what the subcommand's checks made of it.
@@ -37,3 +38,8 @@ double parseAmount(const std::string& text, const std::string& what, const std::
 
 /// "ID:PRICE[:QUANTITY]" as a basket product; quantity 1 when left out.
 std::shared_ptr<QVCProduct> parseBasketItem(const std::string& item);
+
+/// Refuses (Failure, ExitUsage) global options that cannot work, before a
+/// session starts: a simulation file that is missing or not a valid one, a
+/// live service URL that is not http(s)://HOST[...].
+void checkGlobalOptions(const GlobalOptions& options);

@@ -1,5 +1,6 @@
 #include "Present.h"
 
+#include <charconv>
 #include <functional>
 
 #include "QVConsumer/OfferDetails.h"
@@ -40,7 +41,17 @@ Presented presentMasterTypes(const QVCMasterData::MasterTypes& list) {
 }  // namespace
 
 Presented presentText(const std::optional<std::string>& value) {
-    return value ? Presented(*value) : Presented(nullptr);
+    return value && *value != "(null)" ? Presented(*value) : Presented(nullptr);
+}
+
+Presented presentID(const std::optional<std::string>& id) {
+    std::int64_t value = 0;
+    if (!id) {
+        return nullptr;
+    }
+    const char* end = id->data() + id->size();
+    const auto result = std::from_chars(id->data(), end, value);
+    return !id->empty() && result.ec == std::errc() && result.ptr == end ? Presented(value) : Presented(nullptr);
 }
 
 Presented presentMasterData(const QVCMasterData& data) {

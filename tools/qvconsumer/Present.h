@@ -15,8 +15,12 @@
 /// forms always show the same values.
 using Presented = nlohmann::ordered_json;
 
-/// A text as the record holds it: absent is null, every text ("(null)" too) stays itself.
+/// A text as the record holds it; absent is null, and so is "(null)", the
+/// text the library's readers keep for a value the service left out.
 Presented presentText(const std::optional<std::string>& value);
+/// An id held as text (the manager's consumer id) as the number it is, as
+/// records hold ids; null when absent or not a whole number.
+Presented presentID(const std::optional<std::string>& id);
 Presented presentMasterData(const QVCMasterData& masterData);
 Presented presentOffer(const QVCOffer& offer);
 Presented presentProduct(const QVCProduct& product);

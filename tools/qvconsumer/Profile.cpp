@@ -274,7 +274,7 @@ void fillAbsentValues(QVCConsumerInfo& consumer) {
                 auto* value = member.locate(consumer);
                 using T = std::decay_t<decltype(*value)>;
                 if constexpr (std::is_same_v<T, Text>) {
-                    if (value && !*value) {
+                    if (value && (!*value || **value == "(null)")) {
                         *value = "";
                     }
                 } else if constexpr (std::is_same_v<T, Codes>) {

@@ -23,8 +23,10 @@ Presented presentConsumer(const QVCConsumerInfo& consumer);
 /// Failure(ExitUsage) naming source and an unknown key or a value of the wrong kind.
 void applyProfile(QVCConsumerInfo& consumer, const nlohmann::json& profile, const std::string& source);
 
-/// Gives every absent text of consumer the empty text and every absent code
-/// list the codes of a new record: a profile the update document can write.
+/// Gives every absent text of consumer the empty text (the "(null)" that a
+/// reader keeps for a value the service left out too, as its JSON form, null,
+/// does) and every absent code list the codes of a new record: a profile the
+/// update document can write.
 void fillAbsentValues(QVCConsumerInfo& consumer);
 
 /// A profile given on the command line: a JSON file and the options of the

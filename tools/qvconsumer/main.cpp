@@ -8,6 +8,7 @@
 #include "Commands.h"
 #include "QVConsumer/QVCPConstant.h"
 #include "Session.h"
+#include "Usage.h"
 #include "platform/QVCDependencyVersions.h"
 #include "platform/QVCPlatformConfiguration.h"
 
@@ -38,7 +39,7 @@ void addGlobalOptions(CLI::App& app, GlobalOptions& options) {
     app.add_option("--app-key", options.appKey, "application key (live)")->envname("QVCONSUMER_APP_KEY");
     app.add_option("--company-id", options.companyID, "company id")->check(identifier)->capture_default_str();
     app.add_option("--facility-id", options.facilityID, "facility id")->check(identifier)->capture_default_str();
-    app.add_option("--consumer-id", options.consumerID, "act for this consumer id");
+    app.add_option("--consumer-id", options.consumerID, "act for this consumer id")->check(identifier);
     app.add_option("--user", options.userName, "authenticate this user name first and act for that consumer");
     app.add_option("--simulation-file", options.simulationFile, "simulation file to answer from");
     app.add_option("--timeout-ms", options.timeoutMs,
@@ -77,19 +78,49 @@ int execute(const Subcommand& subcommand, const GlobalOptions& options, Input& i
     return status;
 }
 
+/// help [COMMAND]: the tool's help, or one command's; Failure for an unknown command.
+void printHelp(const CLI::App& app, const std::optional<std::string>& topic) {
+    if (!topic) {
+        // app.help() would describe the help command itself, the one chosen.
+        std::cout << app.get_formatter()->make_help(&app, app.get_name(), CLI::AppFormatMode::Normal);
+        return;
+    }
+    for (const CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; })) {
+        if (command->get_name() == *topic) {
+            std::cout << command->help(app.get_name());
+            return;
+        }
+    }
+    std::vector<std::string> names;
+    for (const auto& subcommand : subcommands()) {
+        names.push_back(subcommand.name);
+    }
+    const std::string meant = closestTo(*topic, names);
+    throw Failure(ExitUsage,
+                  "help: unknown command \"" + *topic + "\"" +
+                      (meant.empty() ? " (qvconsumer help lists them)" : ". Did you mean \"" + meant + "\"?"));
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
-    CLI::App app{"qvconsumer: the loyalty and offers service from the command line"};
+    CLI::App app{"qvconsumer: the loyalty and offers service from the command line", "qvconsumer"};
     // At most one command; its absence is reported after parsing, so that an
     // unknown word is reported as such rather than as a missing command.
     app.require_subcommand(0, 1);
     app.fallthrough();  // global options may also follow the subcommand
     app.footer(
+        "Run 'qvconsumer help COMMAND' for a command's arguments and options.\n"
         "Exit status: 0 success, 1 the output could not be written, 2 usage or input error, 3 the service or "
         "transport reported an error, 4 the library raised an exception, 5 no answer came in time.");
     GlobalOptions options;
     addGlobalOptions(app, options);
+
+    std::optional<std::string> helpTopic;
+    bool helpChosen = false;
+    auto* help = app.add_subcommand("help", "show the commands, or one command's arguments and options");
+    help->add_option("command", helpTopic, "the command to describe");
+    help->callback([&helpChosen] { helpChosen = true; });
 
     Input input;
     const Subcommand* chosen = nullptr;
@@ -102,12 +133,23 @@ int main(int argc, char** argv) {
     }
     try {
         app.parse(argc, argv);
+        if (helpChosen) {
+            printHelp(app, helpTopic);
+            return ExitSuccess;
+        }
+        if (!chosen) {
+            throw Failure(ExitUsage, "no command given (qvconsumer help lists them)");
+        }
+        checkGlobalOptions(options);
     } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? ExitSuccess : ExitUsage;
-    }
-    if (!chosen) {
-        std::cerr << "qvconsumer: no command given\nRun with --help for more information.\n";
+        if (error.get_exit_code() == 0) {
+            return app.exit(error);  // --help and --version
+        }
+        std::cerr << "qvconsumer: " << usageError(app, error) << '\n';
         return ExitUsage;
+    } catch (const Failure& failure) {
+        std::cerr << "qvconsumer: " << failure.what() << '\n';
+        return failure.status();
     }
     return execute(*chosen, options, input);
 }
