@@ -4,7 +4,7 @@ set -euo pipefail
 
 packages=(
   build-essential cmake pkg-config git clang clang-format libclang-rt-14-dev
-  nlohmann-json3-dev libsimdjson-dev libcurl4-openssl-dev libcli11-dev libcpp-httplib-dev libsqlite3-dev
+  nlohmann-json3-dev libsimdjson-dev libcurl4-openssl-dev libcli11-dev libcpp-httplib-dev libsqlite3-dev libboost-dev
   googletest libgtest-dev libgmock-dev libbenchmark-dev lintian
 )
 

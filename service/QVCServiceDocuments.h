@@ -6,11 +6,12 @@
 #include <string>
 
 #include "platform/QVCJSON.h"
+#include "service/QVCServiceExchange.h"
 
-/// The request documents the reference service accepts: each is checked for
-/// its required keys and their kinds before anything is stored, and the
-/// consumer documents are turned into the consumer document that
-/// authentication answers with.
+/// The documents of the reference service: the request documents it accepts
+/// (each is checked for its required keys and their kinds before anything is
+/// stored, and the consumer documents are turned into the consumer document
+/// that authentication answers with) and the answer documents it sends.
 class QVCServiceDocuments {
 public:
     /// A request document at fault; the message names the first key at fault,
@@ -40,6 +41,36 @@ public:
     static void checkRedemption(const QVCJSON& request);
     /// Checks a push registration document ("deviceToken", "deviceType", "en_Push").
     static void checkDevice(const QVCJSON& request);
+
+    /// The deepest nesting of arrays and objects a request body may have: far
+    /// beyond any document of the service, and shallow enough that nothing
+    /// recursive over a value can exhaust a stack.
+    static constexpr int maxDepth = 64;
+    /// Parses a request body; Invalid when it nests deeper than maxDepth
+    /// (measured by one pass over the text, before parsing), is not JSON, or
+    /// holds a number too large to read.
+    static QVCJSON parse(const std::string& body);
+
+    /// An answer carrying body as JSON text.
+    static QVCServiceAnswer answer(int status, const QVCJSON& body);
+    /// An error answer: the status, also as "httpResponseCode", and a message saying what was wrong.
+    static QVCServiceAnswer refusal(int status, const std::string& message);
+    /// {"consumerRs": [{"loyaltyPoints", "loyaltyConsumerStatusResponse": [{"description"}]}]}.
+    static QVCJSON balance(std::int64_t points, const std::optional<std::string>& status);
+    /// {"consumers": {"consumerId": id}}, the answer of a sign-up and an update.
+    static QVCJSON consumerSaved(std::int64_t consumerID);
+    /// 201 with the redemption's Location and {"redemptionId", "status"}; a
+    /// replay answers the same and says so in "Idempotent-Replayed: true".
+    static QVCServiceAnswer redeemed(std::int64_t redemptionID, bool replayed);
+
+    /// What a redemption needs of an offer document: its code, the consumer's
+    /// redeem limit (none for no limit) and the loyalty points it costs.
+    struct OfferTerms {
+        std::string code;
+        std::optional<std::int64_t> redeemLimit;
+        std::int64_t points = 0;
+    };
+    static OfferTerms termsOf(const QVCJSON& offer);
 
     /// A text member as it stands, a number's decimal text.
     static std::string text(const QVCJSON& value);

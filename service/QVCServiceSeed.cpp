@@ -1,11 +1,14 @@
 #include "service/QVCServiceSeed.h"
 
 #include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <optional>
+#include <sstream>
 #include <stdexcept>
 #include <vector>
 
-#include "platform/QVCFileText.h"
 #include "service/QVCServiceDocuments.h"
 
 namespace {
@@ -59,9 +62,14 @@ QVCJSON facilityOf(const std::string& query) {
 }  // namespace
 
 QVCJSON QVCServiceSeed::fromFile(const std::string& path) {
-    const std::string text = QVCFileText::read(path);
+    std::error_code error;
+    std::ifstream file(path, std::ios::binary);
+    std::ostringstream text;
+    if (!std::filesystem::is_regular_file(path, error) || !(text << file.rdbuf())) {
+        throw std::runtime_error("seed file \"" + path + "\" cannot be read (missing, not a file, or unreadable)");
+    }
     try {
-        return fromSimulation(QVCJSON::parse(text));
+        return fromSimulation(QVCJSON::parse(text.str()));
     } catch (const std::exception& failure) {
         throw std::runtime_error("seed file \"" + path + "\": " + failure.what());
     }
@@ -123,4 +131,19 @@ QVCJSON QVCServiceSeed::fromSimulation(const QVCJSON& simulation) {
         }
     }
     return seed;
+}
+
+std::optional<std::string> QVCServiceSeed::shippedFile(const std::string& resourcesFromProgram) {
+    std::error_code error;
+    std::filesystem::path folder;
+    if (const char* chosen = std::getenv("QVCONSUMER_RESOURCE_DIR")) {
+        folder = chosen;
+    } else {
+        folder = std::filesystem::read_symlink("/proc/self/exe", error).parent_path() / resourcesFromProgram;
+    }
+    const auto file = folder / "QVConsumerSimulate.json";
+    if (error || !std::filesystem::is_regular_file(file, error)) {
+        return std::nullopt;
+    }
+    return std::filesystem::absolute(file, error).lexically_normal().string();
 }

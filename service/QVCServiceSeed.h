@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "platform/QVCJSON.h"
@@ -17,4 +18,9 @@ public:
     /// Throws std::runtime_error naming the file when it cannot be read or is not in that format.
     static QVCJSON fromFile(const std::string& path);
     static QVCJSON fromSimulation(const QVCJSON& simulation);
+    /// The shipped QVConsumerSimulate.json: in the folder named by
+    /// QVCONSUMER_RESOURCE_DIR when that is set, else in the installed data
+    /// folder found from the running program (resourcesFromProgram, relative
+    /// to its folder); none when it is not there.
+    static std::optional<std::string> shippedFile(const std::string& resourcesFromProgram);
 };

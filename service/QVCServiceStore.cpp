@@ -1,6 +1,9 @@
 #include "service/QVCServiceStore.h"
 
+#include <fcntl.h>
 #include <sqlite3.h>
+#include <sys/file.h>
+#include <unistd.h>
 
 #include "service/QVCServiceDocuments.h"
 
@@ -96,16 +99,35 @@ QVCServiceStore::QVCServiceStore(const std::string& path) : path_(path) {
         throw std::runtime_error("cannot open database \"" + path + "\": " + reason);
     }
     try {
+        claim();
         execute("PRAGMA journal_mode = WAL; PRAGMA synchronous = FULL;");
         execute(schema);
     } catch (...) {
         sqlite3_close(database_);
+        if (lock_ >= 0) {
+            close(lock_);
+        }
         throw;
     }
 }
 
 QVCServiceStore::~QVCServiceStore() {
     sqlite3_close(database_);
+    if (lock_ >= 0) {
+        close(lock_);
+    }
+}
+
+void QVCServiceStore::claim() {
+    if (path_ == ":memory:" || path_.empty()) {
+        return;
+    }
+    // An advisory lock of its own on the file, beside SQLite's: held as long as
+    // this store lives (and dropped by the system when the process dies).
+    lock_ = open(path_.c_str(), O_RDONLY | O_CLOEXEC);
+    if (lock_ < 0 || flock(lock_, LOCK_EX | LOCK_NB) != 0) {
+        throw std::runtime_error("database \"" + path_ + "\" is in use by another service");
+    }
 }
 
 void QVCServiceStore::execute(const std::string& sql) {
@@ -356,7 +378,10 @@ QVCJSON QVCServiceStore::state() {
                                          {"status", balances.isNull(2) ? QVCJSON() : QVCJSON(balances.text(2))}});
         }
         state["redemptions"] = QVCJSON::array();
-        Statement redemptions(*this, "SELECT * FROM redemptions ORDER BY redemption_id");
+        Statement redemptions(
+            *this,
+            "SELECT redemption_id, consumer_id, consumer_offer_id, reference_id, amount, transaction_date_time, "
+            "points FROM redemptions ORDER BY redemption_id");
         while (redemptions.step()) {
             state["redemptions"].push_back({{"redemptionId", redemptions.integer(0)},
                                             {"consumerId", redemptions.integer(1)},
@@ -367,7 +392,8 @@ QVCJSON QVCServiceStore::state() {
                                             {"loyaltyPoints", redemptions.integer(6)}});
         }
         state["deviceTokens"] = QVCJSON::array();
-        Statement devices(*this, "SELECT * FROM device_tokens ORDER BY consumer_id");
+        Statement devices(*this,
+                          "SELECT consumer_id, token, device_type, en_push FROM device_tokens ORDER BY consumer_id");
         while (devices.step()) {
             state["deviceTokens"].push_back({{"consumerId", devices.integer(0)},
                                              {"deviceToken", devices.json(1)},

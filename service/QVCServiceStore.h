@@ -18,7 +18,9 @@ struct sqlite3;
 /// Throws std::runtime_error naming the database when SQLite fails.
 class QVCServiceStore {
 public:
-    /// Opens (creating when needed) the database at path; ":memory:" keeps it in memory.
+    /// Opens (creating when needed) the database at path; ":memory:" keeps it
+    /// in memory. A file is used by one store at a time: throws when another
+    /// (in this process or another) has it open.
     explicit QVCServiceStore(const std::string& path);
     ~QVCServiceStore();
     QVCServiceStore(const QVCServiceStore&) = delete;
@@ -83,11 +85,14 @@ public:
 
 private:
     class Statement;
+    /// Takes the file for this store alone; throws when another store holds it.
+    void claim();
     void execute(const std::string& sql);
     template <typename Work>
     auto transaction(Work work);
 
     std::string path_;
     sqlite3* database_ = nullptr;
+    int lock_ = -1;
     std::mutex mutex_;
 };
