@@ -1,7 +1,9 @@
 #include "QVConsumer/QVCRecordArena.h"
 
 #include <algorithm>
+#include <mutex>
 #include <new>
+#include <vector>
 
 namespace {
 
@@ -10,6 +12,42 @@ constexpr std::size_t roundUp(std::size_t size) {
 }
 
 constexpr std::size_t maxRoom = 64 * 1024;
+
+/// Freed blocks of the largest size kept for the next answer (at most 4 MiB),
+/// so that reading answer after answer does not hand memory back to the
+/// system and fault it in again.
+class SpareBlocks {
+public:
+    static constexpr std::size_t limit = 64;
+
+    static SpareBlocks& instance() {
+        static auto* spare = new SpareBlocks;  // never destroyed: records may be freed during exit
+        return *spare;
+    }
+    void* take() {
+        std::lock_guard<std::mutex> lock(mutex_);
+        if (blocks_.empty()) {
+            return nullptr;
+        }
+        void* block = blocks_.back();
+        blocks_.pop_back();
+        return block;
+    }
+    /// Keeps memory; false when the pool is full.
+    bool keep(void* memory) {
+        std::lock_guard<std::mutex> lock(mutex_);
+        if (blocks_.size() >= limit) {
+            return false;
+        }
+        blocks_.push_back(memory);
+        return true;
+    }
+
+private:
+    SpareBlocks() { blocks_.reserve(limit); }
+    std::mutex mutex_;
+    std::vector<void*> blocks_;
+};
 
 }  // namespace
 
@@ -50,7 +88,10 @@ void QVCRecordArena::release(void* pointer) noexcept {
 
 void QVCRecordArena::startBlock(std::size_t size) {
     const std::size_t room = std::max(size, nextRoom_);
-    void* memory = ::operator new(Block::header + room);
+    void* memory = room == maxRoom ? SpareBlocks::instance().take() : nullptr;
+    if (memory == nullptr) {
+        memory = ::operator new(Block::header + room);
+    }
     auto* block = new (memory) Block;
     block->room = room;
     if (current_ != nullptr) {
@@ -63,7 +104,10 @@ void QVCRecordArena::startBlock(std::size_t size) {
 
 void QVCRecordArena::drop(Block* block) noexcept {
     if (block->holds.fetch_sub(1, std::memory_order_acq_rel) == 1) {
+        const bool spare = block->room == maxRoom;
         block->~Block();
-        ::operator delete(block);
+        if (!spare || !SpareBlocks::instance().keep(block)) {
+            ::operator delete(block);
+        }
     }
 }

@@ -16,7 +16,9 @@
 /// Records made here are ordinary std::shared_ptr records: they may outlive
 /// the arena, be released on any thread, and be replaced by the host. Their
 /// texts are ordinary strings. A record that is kept while the others of its
-/// answer are released keeps its block (at most 64 KiB) in memory.
+/// answer are released keeps its block (at most 64 KiB) in memory. Freed
+/// 64 KiB blocks are kept, up to 4 MiB for the process, for the next answer
+/// instead of going back to the system.
 ///
 /// The arena itself is used by one thread, the reader's.
 class QVCONSUMER_EXPORT QVCRecordArena {

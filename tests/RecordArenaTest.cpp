@@ -2,6 +2,7 @@
 #include <array>
 #include <cstdint>
 #include <thread>
+#include <vector>
 
 #include "OffersTestSupport.h"
 #include "QVConsumer/QVCReader.h"
@@ -63,3 +64,24 @@ TEST(RecordArena, AnOfferKeptFromAListStaysWholeWhenTheOthersAreReleased) {
 }
 
 }  // namespace
+
+TEST(RecordArena, AFreedLargestBlockServesTheNextAnswer) {
+    // The same allocations in two arenas one after the other: the first
+    // allocation in a 64 KiB block lands where the freed one was.
+    auto lastOfFirstLargeBlock = [] {
+        QVCRecordArena arena;
+        std::vector<void*> made;
+        std::size_t total = 0;
+        while (total < (4 + 8 + 16 + 32) * 1024 + 1024) {
+            made.push_back(arena.allocate(1000));
+            total += 1024;
+        }
+        void* inLargeBlock = made.back();
+        for (void* pointer : made) {
+            QVCRecordArena::release(pointer);
+        }
+        return inLargeBlock;
+    };
+    void* first = lastOfFirstLargeBlock();
+    EXPECT_EQ(lastOfFirstLargeBlock(), first);
+}
