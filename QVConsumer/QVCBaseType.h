@@ -10,7 +10,7 @@
 /// and its position in the list. The description is absent only when the
 /// master data document gave none; a new record holds an empty text.
 struct QVCONSUMER_EXPORT QVCBaseType {
-    bool activeFlag = true;
-    std::optional<std::string> typeDescription = std::string();
-    std::int64_t sortOrder = 0;
+    bool activeFlag = true;                                      ///< Whether the entry is offered.
+    std::optional<std::string> typeDescription = std::string();  ///< The text shown for the entry.
+    std::int64_t sortOrder = 0;                                  ///< Position in the list.
 };

@@ -11,7 +11,7 @@
 /// reference record. For the host's own forms: the library neither creates
 /// nor reads it (a consumer keeps only the codes, in consumerGroupCodes).
 struct QVCONSUMER_EXPORT QVCConsumerGroup {
-    std::optional<std::string> consumerGroupId = "";
-    bool activeFlag = true;
-    std::shared_ptr<QVCConsumerGroupType> groupType = std::make_shared<QVCConsumerGroupType>();
+    std::optional<std::string> consumerGroupId = "";  ///< The membership row's id.
+    bool activeFlag = true;                           ///< Whether the membership is in force.
+    std::shared_ptr<QVCConsumerGroupType> groupType = std::make_shared<QVCConsumerGroupType>();  ///< The group.
 };

@@ -21,18 +21,20 @@
 struct QVCONSUMER_EXPORT QVCConsumerInfo : QVCoreConsumerInfo {
     QVCConsumerInfo() = default;
 
-    std::optional<std::string> accountStatusCode = "1";
-    bool activeAccount = true;
-    std::optional<std::string> consumerTypeCode = "1";
+    std::optional<std::string> accountStatusCode = "1";  ///< Account status code.
+    bool activeAccount = true;                           ///< Whether the account is active.
+    std::optional<std::string> consumerTypeCode = "1";   ///< Consumer type code.
     /// Consumer group codes: numbers by default, texts when the host supplies
     /// them. Absent in a record read from a consumer document.
     std::optional<std::vector<QVCJSON>> consumerGroupCodes = std::vector<QVCJSON>{QVCJSON(1), QVCJSON(2)};
     /// Merchant type codes, numbers or texts like consumerGroupCodes. Absent in
     /// a record read from a consumer document.
     std::optional<std::vector<QVCJSON>> merchantTypes = std::vector<QVCJSON>{QVCJSON(1), QVCJSON(2)};
-    std::shared_ptr<QVCPersonalInfo> personalInfo = std::make_shared<QVCPersonalInfo>();
-    std::shared_ptr<QVCPreference> preference = std::make_shared<QVCPreference>();
-    std::shared_ptr<QVCPLoyaltyDetails> loyaltyDetails = std::make_shared<QVCPLoyaltyDetails>();
+    std::shared_ptr<QVCPersonalInfo> personalInfo = std::make_shared<QVCPersonalInfo>();  ///< Names, codes and contact.
+    std::shared_ptr<QVCPreference> preference =
+        std::make_shared<QVCPreference>();  ///< How the consumer wants to be contacted.
+    std::shared_ptr<QVCPLoyaltyDetails> loyaltyDetails =
+        std::make_shared<QVCPLoyaltyDetails>();  ///< Loyalty program membership.
 
     /// Reads the service's consumer document (the object that authentication
     /// receives as element 0 of "consumers"). The read is literal and lossy on

@@ -11,7 +11,7 @@
 /// record. For the host's own forms: the library neither creates nor reads it
 /// (a consumer keeps only the codes, in merchantTypes).
 struct QVCONSUMER_EXPORT QVCConsumerMerchantType {
-    std::optional<std::string> consumerMerchantTypeId = "";
-    bool activeFlag = true;
-    std::shared_ptr<QVCMerchantType> merchantType = std::make_shared<QVCMerchantType>();
+    std::optional<std::string> consumerMerchantTypeId = "";  ///< The preference row's id.
+    bool activeFlag = true;                                  ///< Whether the preference is in force.
+    std::shared_ptr<QVCMerchantType> merchantType = std::make_shared<QVCMerchantType>();  ///< The kind of merchant.
 };

@@ -9,5 +9,5 @@
 /// A country of the country list, keyed by a text code (absent only when the
 /// master data document gave none).
 struct QVCONSUMER_EXPORT QVCCountry : QVCBaseType {
-    std::optional<std::string> countryCode = std::string();
+    std::optional<std::string> countryCode = std::string();  ///< The country's code.
 };

@@ -14,19 +14,19 @@
 /// The service's reference lists, from which sign-up and profile forms offer
 /// their choices. Every list keeps the document's order (nothing is sorted).
 struct QVCONSUMER_EXPORT QVCMasterData {
-    using MasterTypes = std::vector<std::shared_ptr<QVCMasterType>>;
+    using MasterTypes = std::vector<std::shared_ptr<QVCMasterType>>;  ///< One code list.
 
-    MasterTypes ageRangeTypes;
+    MasterTypes ageRangeTypes;  ///< Age ranges.
     /// Always "Male", "Female" once read: the service sends no gender list.
     std::vector<std::string> genderTypes;
-    MasterTypes maritalStatusTypes;
-    MasterTypes incomeRangeTypes;
-    MasterTypes consumerGroupTypes;
-    MasterTypes educationTypes;
-    std::vector<std::shared_ptr<QVCState>> states;
-    MasterTypes occupationTypes;
-    std::vector<std::shared_ptr<QVCCountry>> country;
-    MasterTypes merchantTypes;
+    MasterTypes maritalStatusTypes;                    ///< Marital statuses.
+    MasterTypes incomeRangeTypes;                      ///< Income ranges.
+    MasterTypes consumerGroupTypes;                    ///< Consumer groups.
+    MasterTypes educationTypes;                        ///< Education levels.
+    std::vector<std::shared_ptr<QVCState>> states;     ///< States.
+    MasterTypes occupationTypes;                       ///< Occupations.
+    std::vector<std::shared_ptr<QVCCountry>> country;  ///< Countries.
+    MasterTypes merchantTypes;                         ///< Merchant types.
 
     /// Reads the master data document (the object under "consumerRs").
     ///

@@ -9,5 +9,5 @@
 /// consumer groups, education levels, occupations, merchant types): the
 /// common part and an integer code.
 struct QVCONSUMER_EXPORT QVCMasterType : QVCBaseType {
-    std::int64_t typeCode = 0;
+    std::int64_t typeCode = 0;  ///< The entry's code.
 };

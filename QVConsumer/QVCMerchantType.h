@@ -8,8 +8,8 @@
 /// Unlike the master data records (where merchant types are QVCMasterType
 /// entries) its code and sort position are texts; the host application fills it.
 struct QVCONSUMER_EXPORT QVCMerchantType {
-    std::string merchantTypeCode;
-    std::string merchantDescription;
-    std::string sortOrder;
-    bool activeFlag = true;
+    std::string merchantTypeCode;     ///< The merchant type's code.
+    std::string merchantDescription;  ///< The text shown for it.
+    std::string sortOrder;            ///< Position in the list, as text.
+    bool activeFlag = true;           ///< Whether it is in use.
 };

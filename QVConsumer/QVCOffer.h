@@ -20,11 +20,12 @@ struct QVCONSUMER_EXPORT QVCOffer {
 
     /// The offer's id as assigned to this consumer; redemption puts it in its path.
     std::optional<std::string> consumerOfferId = "";
-    std::optional<std::string> offerId = "";
-    std::optional<std::string> offerName = "";
-    std::optional<std::string> offerDescription;
-    std::optional<std::string> promoCode = "";
-    std::shared_ptr<OfferDetails> offerDetails = std::make_shared<OfferDetails>();
+    std::optional<std::string> offerId = "";      ///< The offer's id.
+    std::optional<std::string> offerName = "";    ///< The offer's name.
+    std::optional<std::string> offerDescription;  ///< What the offer is about.
+    std::optional<std::string> promoCode = "";    ///< The promotion code.
+    std::shared_ptr<OfferDetails> offerDetails =
+        std::make_shared<OfferDetails>();  ///< What the offer gives, its limits and products.
     /// The code a shopper types in.
     std::optional<std::string> offerCode = "";
 

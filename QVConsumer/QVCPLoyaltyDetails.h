@@ -20,7 +20,7 @@ QVCONSUMER_EXPORT extern const char* const QVCLoyaltyPointType_toString[3];
 
 /// The consumer's loyalty account reference.
 struct QVCONSUMER_EXPORT QVCPLoyaltyDetails {
-    std::optional<std::string> loyaltyId = "";
+    std::optional<std::string> loyaltyId = "";  ///< The consumer's loyalty id.
     /// A QVCLoyaltyPointType; 0 until the host sets it.
     std::int64_t pointType = 0;
 };

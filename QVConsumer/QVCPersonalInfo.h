@@ -12,15 +12,15 @@
 struct QVCONSUMER_EXPORT QVCPersonalInfo {
     /// The consumer's user name.
     std::optional<std::string> consumerName = "";
-    std::optional<std::string> genderTypeCode = "1";
-    std::optional<std::string> maritalStatusTypeCode = "1";
-    std::optional<std::string> incomeRangeTypeCode = "1";
-    std::optional<std::string> educationTypeCode = "1";
+    std::optional<std::string> genderTypeCode = "1";         ///< Gender code.
+    std::optional<std::string> maritalStatusTypeCode = "1";  ///< Marital status code.
+    std::optional<std::string> incomeRangeTypeCode = "1";    ///< Income range code.
+    std::optional<std::string> educationTypeCode = "1";      ///< Education level code.
     /// The birth month and day as the service sent it; never parsed.
     std::optional<std::string> dateOfBirth = "";
-    std::optional<std::string> ageRangeTypeCode = "1";
-    std::shared_ptr<QVCContactInfo> contactInfo = std::make_shared<QVCContactInfo>();
-    std::optional<std::string> occupationTypeCode = "1";
+    std::optional<std::string> ageRangeTypeCode = "1";                                 ///< Age range code.
+    std::shared_ptr<QVCContactInfo> contactInfo = std::make_shared<QVCContactInfo>();  ///< E-mail, phone and address.
+    std::optional<std::string> occupationTypeCode = "1";                               ///< Occupation code.
     /// Free text for an occupation that the reference list lacks.
     std::optional<std::string> occupationOther = "";
 };

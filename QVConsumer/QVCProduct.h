@@ -14,16 +14,16 @@
 /// known; the price is text, "0" by default.
 struct QVCONSUMER_EXPORT QVCProduct {
     QVCProduct() = default;
-    QVCProduct(const QVCProduct&) = default;
-    QVCProduct& operator=(const QVCProduct&) = default;
-    QVCProduct(QVCProduct&&) = default;
-    QVCProduct& operator=(QVCProduct&&) = default;
+    QVCProduct(const QVCProduct&) = default;             ///< Copies other.
+    QVCProduct& operator=(const QVCProduct&) = default;  ///< Copies other.
+    QVCProduct(QVCProduct&&) = default;                  ///< Moves other.
+    QVCProduct& operator=(QVCProduct&&) = default;       ///< Moves other.
     virtual ~QVCProduct();
 
-    std::int64_t productId = -1;
-    std::int64_t quantity = 0;
-    std::optional<std::string> productDescription = "";
-    std::optional<std::string> price = "0";
+    std::int64_t productId = -1;                         ///< The product's id; -1 for one not yet known.
+    std::int64_t quantity = 0;                           ///< How many.
+    std::optional<std::string> productDescription = "";  ///< What the product is.
+    std::optional<std::string> price = "0";              ///< Unit price, as text.
 
     /// Reads "productId" and "productQuantity" as integers, "productDescription"
     /// and "productPrice" as is. Every member is read, so the defaults above do

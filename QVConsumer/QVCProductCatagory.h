@@ -14,8 +14,8 @@ class QVCReader;
 /// One catalogue category of a product. The misspelt names are the
 /// interface's own and stay as they are.
 struct QVCONSUMER_EXPORT QVCProductCatagory {
-    std::optional<std::string> catagoryName;
-    std::int64_t catagoryId = 0;
+    std::optional<std::string> catagoryName;  ///< The category's name.
+    std::int64_t catagoryId = 0;              ///< The category's id.
 
     /// Reads "categorytId" (spelled so; a "categoryId" member is not read, so
     /// its id stays 0) as an integer and "categoryName" as is.

@@ -16,23 +16,24 @@
 /// the four product defaults and nothing else: absent texts, absent (not
 /// empty) categories and channels, taxable false.
 struct QVCONSUMER_EXPORT QVCReservationProduct : QVCProduct {
-    std::optional<std::string> name;
-    std::optional<std::string> startDate;
-    std::optional<std::string> endDate;
-    std::optional<std::string> timeZone;
-    std::optional<std::vector<std::shared_ptr<QVCProductCatagory>>> categories;
-    std::optional<std::string> shortDescription;
+    std::optional<std::string> name;                                             ///< The product's name.
+    std::optional<std::string> startDate;                                        ///< When the reservation starts.
+    std::optional<std::string> endDate;                                          ///< When it ends.
+    std::optional<std::string> timeZone;                                         ///< The time zone of the dates.
+    std::optional<std::vector<std::shared_ptr<QVCProductCatagory>>> categories;  ///< Categories the product is in.
+    std::optional<std::string> shortDescription;                                 ///< A one-line description.
     /// The service's "productDescription", kept apart from the inherited productDescription.
     std::optional<std::string> prodDesc;
-    bool taxable = false;
+    bool taxable = false;  ///< Whether the product is taxed.
+    /// Sales channels the product is sold through.
     std::optional<std::vector<std::shared_ptr<QVCSalesChannel>>> channels;
-    std::optional<std::string> imageAddress;
-    std::optional<std::string> imageText;
-    std::optional<std::string> sku;
-    std::optional<std::string> status;
-    std::optional<std::string> statusCode;
-    std::optional<std::string> createOn;
-    std::optional<std::string> createBy;
+    std::optional<std::string> imageAddress;  ///< The address of the product's image.
+    std::optional<std::string> imageText;     ///< The image's text.
+    std::optional<std::string> sku;           ///< Stock keeping unit.
+    std::optional<std::string> status;        ///< Status.
+    std::optional<std::string> statusCode;    ///< Status code.
+    std::optional<std::string> createOn;      ///< When the product was created.
+    std::optional<std::string> createBy;      ///< Who created it.
 
     /// Reads a catalogue product. Starts from the product defaults, then
     /// overwrites price ("price", as is: a missing one gives none), productId

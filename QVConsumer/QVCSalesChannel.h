@@ -13,8 +13,8 @@ class QVCReader;
 
 /// One sales channel in which a product is sold.
 struct QVCONSUMER_EXPORT QVCSalesChannel {
-    std::int64_t channelId = 0;
-    std::optional<std::string> channelName;
+    std::int64_t channelId = 0;              ///< The channel's id.
+    std::optional<std::string> channelName;  ///< The channel's name.
 
     /// Reads "channelId" as an integer and "channelName" as is.
     static std::shared_ptr<QVCSalesChannel> initWithResponse(QVCAnswerValue response);

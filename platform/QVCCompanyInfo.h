@@ -6,5 +6,5 @@
 
 /// The merchant company the application acts for.
 struct QVCPLATFORM_EXPORT QVCCompanyInfo {
-    std::int64_t companyID = 0;
+    std::int64_t companyID = 0;  ///< The company's id.
 };

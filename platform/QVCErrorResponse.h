@@ -24,6 +24,7 @@ public:
         PathRefused,     ///< the path is not one of the library's requests (see QVCRequestShapes); nothing was sent
     };
 
+    /// An error record of the given messages, kind and HTTP status.
     QVCErrorResponse(std::vector<std::string> messages, Kind kind, std::optional<int> httpStatus);
 
     /// An error record of kind General holding the given messages.
@@ -32,8 +33,11 @@ public:
     static std::shared_ptr<QVCErrorResponse> initWithErrorMessages(std::vector<std::string> messages, Kind kind,
                                                                    std::optional<int> httpStatus = std::nullopt);
 
+    /// The messages, at least one.
     const std::vector<std::string>& errorMessages() const { return messages_; }
+    /// What kind of failure this is.
     Kind kind() const { return kind_; }
+    /// The HTTP status of the answer that failed, when one came.
     std::optional<int> httpStatus() const { return httpStatus_; }
 
     /// The messages joined by "; ", preceded by "HTTP <status>: " when a status is known.

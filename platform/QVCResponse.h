@@ -14,7 +14,9 @@
 /// Orders header names without regard to letter case, so that "location"
 /// finds "Location".
 struct QVCPLATFORM_EXPORT QVCHeaderNameLess {
+    /// Lets a lookup take any text type without a copy.
     using is_transparent = void;
+    /// Whether left comes before right, letter case ignored.
     bool operator()(const std::string& left, const std::string& right) const;
 };
 
@@ -25,7 +27,9 @@ using QVCHeaders = std::map<std::string, std::string, QVCHeaderNameLess>;
 /// request failed, an error record. Copies share the parsed body.
 class QVCPLATFORM_EXPORT QVCResponse {
 public:
+    /// An answer without body, header fields or error.
     QVCResponse() = default;
+    /// An answer of the given body, header fields and error record (null on success).
     QVCResponse(std::shared_ptr<const QVCAnswerDocument> document, QVCHeaders headers,
                 std::shared_ptr<QVCErrorResponse> error);
     /// An answer whose body a host or a test built in memory: it is written as
@@ -37,7 +41,9 @@ public:
     std::optional<QVCAnswerValue> body() const;
     /// A copy of the body as an in-memory JSON value; none without a body.
     std::optional<QVCJSON> bodyJSON() const;
+    /// The parsed body, shared by the copies of this answer; null without a body.
     const std::shared_ptr<const QVCAnswerDocument>& document() const { return document_; }
+    /// The answer's header fields.
     const QVCHeaders& headers() const { return headers_; }
     /// Why the request failed; null when it did not.
     const std::shared_ptr<QVCErrorResponse>& error() const { return error_; }

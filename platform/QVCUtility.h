@@ -21,6 +21,7 @@ public:
     /// the JSON null, which a JSON object can hold as a member and which the
     /// library's readers store as an absent value.
     static const QVCJSON& getNonNullValue(const QVCJSON* value);
+    /// The same for a value that is there.
     static const QVCJSON& getNonNullValue(const QVCJSON& value);
     /// The same for a value of a parsed answer: a missing value and a JSON
     /// null both become none.

@@ -11,10 +11,10 @@
 struct QVCPLATFORM_EXPORT QVCoreConsumerInfo {
     virtual ~QVCoreConsumerInfo() = default;
 
-    std::int64_t consumerID = 0;
-    std::optional<std::string> firstName;
-    std::optional<std::string> middleName;
-    std::optional<std::string> lastName;
-    std::optional<std::string> prefix;
-    std::optional<std::string> suffix;
+    std::int64_t consumerID = 0;            ///< The consumer's id.
+    std::optional<std::string> firstName;   ///< First name.
+    std::optional<std::string> middleName;  ///< Middle name.
+    std::optional<std::string> lastName;    ///< Last name.
+    std::optional<std::string> prefix;      ///< The title before the name; the library writes it empty.
+    std::optional<std::string> suffix;      ///< The suffix (Jr., III, ...).
 };
