@@ -63,9 +63,9 @@ private:
 
 TEST_F(SharedEngine, ManyHandlersAreAnsweredOnOneThreadInsideADeliveryScope) {
     constexpr int handlers = 40, each = 3;
-    std::vector<std::unique_ptr<QVCHTTPWebServiceHandler>> transports;
     std::vector<AnswerCollector> collectors(handlers);
     std::atomic<int> outsideScope{0};
+    std::vector<std::unique_ptr<QVCHTTPWebServiceHandler>> transports;
     for (int h = 0; h < handlers; ++h) {
         transports.push_back(handler());
     }
@@ -117,10 +117,11 @@ TEST_F(SharedEngine, EachHandlersAnswersComeOneAtATimeInCompletionOrderWithSever
     configuration.deliveryThreads = 3;
     configuration.maxConnections = 32;  // every request in flight at once, so completion order is the delays
     constexpr int handlers = 4;
-    std::vector<std::unique_ptr<QVCHTTPWebServiceHandler>> transports;
     std::vector<AnswerCollector> collectors(handlers);
     std::vector<std::atomic<int>> inside(handlers);
     std::atomic<int> overlaps{0};
+    // Declared last, so destroyed first: their destructors wait for callbacks that use the above.
+    std::vector<std::unique_ptr<QVCHTTPWebServiceHandler>> transports;
     for (int h = 0; h < handlers; ++h) {
         transports.push_back(handler());
         // Asked slowest first: the answers complete, and must come, fastest first.
@@ -129,8 +130,8 @@ TEST_F(SharedEngine, EachHandlersAnswersComeOneAtATimeInCompletionOrderWithSever
                     [&, h, done = collectors[h].completion()](const QVCResponse& response) {
                         overlaps += inside[h]++ == 0 ? 0 : 1;
                         std::this_thread::sleep_for(20ms);  // long enough for an overlap to show
-                        done(response);
                         --inside[h];
+                        done(response);
                     });
         }
     }
