@@ -53,9 +53,12 @@ benchmark::Counter timePer(double units) {
     return benchmark::Counter(units, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
 }
 
-void BM_OfferListDecode(benchmark::State& state) {
+/// Decodes the offer list answer once per iteration, the handler giving each
+/// answer its text as `use` says.
+void decodeOfferListRepeatedly(benchmark::State& state, qvcbench::TextAnswerHandler::Use use) {
     const auto offers = static_cast<std::size_t>(state.range(0));
-    auto handler = std::make_shared<qvcbench::TextAnswerHandler>(offerListText(offers), qvcbench::offerListPath());
+    auto handler =
+        std::make_shared<qvcbench::TextAnswerHandler>(offerListText(offers), qvcbench::offerListPath(), 0, use);
     auto manager = qvcbench::makeManager(0, handler);
     for (auto _ : state) {
         std::size_t received = 0;
@@ -76,7 +79,18 @@ void BM_OfferListDecode(benchmark::State& state) {
     state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations()) * static_cast<std::int64_t>(offers));
     state.counters["per_offer"] = timePer(static_cast<double>(offers));
 }
+
+void BM_OfferListDecode(benchmark::State& state) {
+    decodeOfferListRepeatedly(state, qvcbench::TextAnswerHandler::Use::Repeatedly);
+}
 BENCHMARK(BM_OfferListDecode)->Arg(100)->Arg(1000)->Arg(10000)->Unit(benchmark::kMicrosecond)->UseRealTime();
+
+/// The same with the answer text arriving in a new buffer each time (copied
+/// in, parsed in place and freed with the records), as on the live path.
+void BM_OfferListDecodeFreshBuffer(benchmark::State& state) {
+    decodeOfferListRepeatedly(state, qvcbench::TextAnswerHandler::Use::FreshCopy);
+}
+BENCHMARK(BM_OfferListDecodeFreshBuffer)->Arg(100)->Arg(1000)->Arg(10000)->Unit(benchmark::kMicrosecond)->UseRealTime();
 
 /// Only the first step of the decode: answer text to response (the parsed
 /// document), for telling the two steps apart.

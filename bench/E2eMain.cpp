@@ -4,12 +4,14 @@
 // The server (cpp-httplib, its own thread pool, keep-alive) answers
 //   GET /lqsapi/consumers/v1/consumers/1100/offers  with the 100-offer answer,
 //   GET /lqsapi/consumers/v1/consumers/1000/offers  with "[]".
-// Three clients take turns against this one server, each keeping 1 or 8
+// The clients take turns against this one server, each keeping 1 or 8
 // requests in flight over kept-alive connections, for a fixed number of
-// requests (stopping early at a time limit):
+// requests (stopping early at a time limit); 1, 8 and 64 in flight:
 //   manager  a live QVConsumerManager calling getAllOffersWithCompletionHandler
 //            (libcurl transport, JSON parse, offer records);
 //   curl     a plain libcurl multi client that only transfers the answer;
+//   curl+decode  the same client, decoding each answer on its one thread into
+//            the library's offer records (the library without its transport);
 //   node     bench/peers/e2e.js, Node's http with a keep-alive agent,
 //            decoding the answer into plain objects.
 // Each scenario is measured --repetitions times, clients interleaved, and
@@ -20,7 +22,8 @@
 // 1 when any request failed or any client could not run.
 //
 //   qvc_bench_e2e [--data-dir FOLDER] [--requests N] [--warmup N] [--seconds S]
-//                 [--repetitions R] [--node PATH] [--peers FOLDER] [--clients manager,curl,node]
+//                 [--repetitions R] [--node PATH] [--peers FOLDER]
+//                 [--clients manager,curl,curl+decode,node]
 
 #include <curl/curl.h>
 #include <httplib.h>
@@ -36,6 +39,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -65,7 +69,7 @@ struct Options {
     int repetitions = 3;
     std::string node = "node";
     std::string peers = qvcbench::peersFolder();
-    std::vector<std::string> clients = {"manager", "curl", "node"};
+    std::vector<std::string> clients = {"manager", "curl", "curl+decode", "node"};
 };
 
 /// One kind of answer the server gives.
@@ -249,8 +253,11 @@ Outcome runManager(int port, const Scenario& scenario) {
 /// reused, so the multi handle's connections are kept alive between requests.
 class RawCurlClient {
 public:
-    RawCurlClient(const std::string& url, std::size_t inflight, const std::string& expected)
-        : expected_(expected), slots_(inflight) {
+    /// With decodeOffers set, each answer is decoded into offer records on
+    /// this client's thread and must hold that many offers.
+    RawCurlClient(const std::string& url, std::size_t inflight, const std::string& expected,
+                  std::optional<std::size_t> decodeOffers)
+        : expected_(expected), decodeOffers_(decodeOffers), slots_(inflight) {
         multi_ = curl_multi_init();
         curl_multi_setopt(multi_, CURLMOPT_MAX_HOST_CONNECTIONS, static_cast<long>(inflight));
         headers_ = curl_slist_append(headers_, "Accept: application/json");
@@ -318,14 +325,11 @@ public:
                 outcome.latenciesUs.push_back(std::chrono::duration<double, std::micro>(ended - slot->began).count());
                 ++outcome.completed;
                 last = ended;
-                const bool ok = result == CURLE_OK && status == 200 && slot->body.size() == expected_.size() &&
-                                (expected_.size() > 16 || slot->body == expected_);
-                if (!ok) {
+                const std::string fault = answerFault(*slot, result, status);
+                if (!fault.empty()) {
                     ++outcome.errors;
                     if (outcome.firstError.empty()) {
-                        outcome.firstError = result != CURLE_OK ? curl_easy_strerror(result)
-                                                                : "status " + std::to_string(status) + ", " +
-                                                                      std::to_string(slot->body.size()) + " bytes";
+                        outcome.firstError = fault;
                     }
                 }
                 if (issued < requests && ended < deadline) {
@@ -358,6 +362,29 @@ private:
         return size * count;
     }
 
+    /// What is wrong with a finished transfer, or nothing.
+    std::string answerFault(Slot& slot, CURLcode result, long status) const {
+        if (result != CURLE_OK) {
+            return curl_easy_strerror(result);
+        }
+        const bool asExpected =
+            status == 200 && slot.body.size() == expected_.size() && (expected_.size() > 16 || slot.body == expected_);
+        if (!asExpected) {
+            return "status " + std::to_string(status) + ", " + std::to_string(slot.body.size()) + " bytes";
+        }
+        if (!decodeOffers_) {
+            return {};
+        }
+        try {
+            const std::size_t offers = qvcbench::decodeOfferList(std::move(slot.body)).size();
+            return offers == *decodeOffers_
+                       ? std::string()
+                       : std::to_string(offers) + " offers instead of " + std::to_string(*decodeOffers_);
+        } catch (const std::exception& failure) {
+            return failure.what();
+        }
+    }
+
     void begin(Slot& slot) {
         slot.body.clear();
         slot.began = Clock::now();
@@ -366,15 +393,17 @@ private:
     }
 
     std::string expected_;
+    std::optional<std::size_t> decodeOffers_;
     CURLM* multi_ = nullptr;
     curl_slist* headers_ = nullptr;
     std::vector<Slot> slots_;
 };
 
-Outcome runCurl(int port, const Scenario& scenario) {
+Outcome runCurl(int port, const Scenario& scenario, bool decode) {
     const std::string url = "http://127.0.0.1:" + std::to_string(port) + "/" +
                             qvcbench::offerListPath(scenario.answer->consumerID, qvcbench::kFacilityID);
-    RawCurlClient client(url, scenario.inflight, scenario.answer->text);
+    RawCurlClient client(url, scenario.inflight, scenario.answer->text,
+                         decode ? std::optional<std::size_t>(scenario.answer->offers) : std::nullopt);
     Outcome warmup = client.run(scenario.warmup, scenario.seconds);
     Outcome outcome = client.run(scenario.requests, scenario.seconds);
     outcome.errors += warmup.errors;
@@ -455,7 +484,7 @@ bool parseOptions(int argc, char** argv, Options& options) {
             std::istringstream names(value);
             std::string name;
             while (std::getline(names, name, ',')) {
-                if (name != "manager" && name != "curl" && name != "node") {
+                if (name != "manager" && name != "curl" && name != "curl+decode" && name != "node") {
                     return false;
                 }
                 options.clients.push_back(name);
@@ -475,9 +504,10 @@ int main(int argc, char** argv) {
     Options options;
     try {
         if (!parseOptions(argc, argv, options)) {
-            std::fprintf(stderr,
-                         "usage: qvc_bench_e2e [--data-dir FOLDER] [--requests N] [--warmup N] [--seconds S] "
-                         "[--repetitions R] [--node PATH] [--peers FOLDER] [--clients manager,curl,node]\n");
+            std::fprintf(
+                stderr,
+                "usage: qvc_bench_e2e [--data-dir FOLDER] [--requests N] [--warmup N] [--seconds S] "
+                "[--repetitions R] [--node PATH] [--peers FOLDER] [--clients manager,curl,curl+decode,node]\n");
             return 2;
         }
     } catch (const std::exception&) {
@@ -501,8 +531,8 @@ int main(int argc, char** argv) {
     }
 
     httplib::Server server;
-    // Every client keeps up to 8 connections alive, each held by one worker.
-    server.new_task_queue = [] { return new httplib::ThreadPool(16); };
+    // Every client keeps up to 64 connections alive, each held by one worker.
+    server.new_task_queue = [] { return new httplib::ThreadPool(72); };
     server.set_keep_alive_max_count(1000000);
     server.set_tcp_nodelay(true);
     std::atomic<std::size_t> served{0};
@@ -534,7 +564,7 @@ int main(int argc, char** argv) {
     std::fflush(stdout);
     for (int repetition = 1; repetition <= options.repetitions; ++repetition) {
         for (const auto& answer : answers) {
-            for (std::size_t inflight : {std::size_t{1}, std::size_t{8}}) {
+            for (std::size_t inflight : {std::size_t{1}, std::size_t{8}, std::size_t{64}}) {
                 const Scenario scenario{&answer, inflight, options.requests, options.warmup, options.seconds};
                 for (const auto& client : options.clients) {
                     std::string line;
@@ -542,7 +572,8 @@ int main(int argc, char** argv) {
                     if (client == "node") {
                         line = runNode(options, port, scenario, repetition, failure);
                     } else {
-                        Outcome outcome = client == "manager" ? runManager(port, scenario) : runCurl(port, scenario);
+                        Outcome outcome = client == "manager" ? runManager(port, scenario)
+                                                              : runCurl(port, scenario, client == "curl+decode");
                         line = resultLine(client, scenario, repetition, outcome);
                         if (outcome.errors > 0) {
                             failure = client + ": " + outcome.firstError;

@@ -33,6 +33,8 @@ void TextAnswerHandler::requestWithPath(const std::string& path, std::int64_t ht
     }
     if (use_ == Use::Once) {
         completion(responseFromText(std::move(answerText_)));
+    } else if (use_ == Use::FreshCopy) {
+        completion(responseFromText(std::string(answerText_)));
     } else {
         completion(responseFromKeptText(answerText_));
     }

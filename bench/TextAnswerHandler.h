@@ -22,7 +22,10 @@ namespace qvcbench {
 /// fails instead of measuring something else.
 class TextAnswerHandler : public QVCWebServiceHandler {
 public:
-    enum class Use { Repeatedly, Once };
+    /// Repeatedly: every answer reads the kept text. Once: the first answer
+    /// takes the text. FreshCopy: every answer takes a new copy of it, as a
+    /// live transport hands over each answer in a buffer of its own.
+    enum class Use { Repeatedly, Once, FreshCopy };
 
     /// expectedMethod: 0 for a read, 1 for a send, as in requestWithPath. A
     /// handler for Use::Once hands its text to the first answer (as a

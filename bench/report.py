@@ -26,6 +26,20 @@ from collections import defaultdict
 SIZES = (100, 1000, 10000)
 
 
+def shoppers_rows(folder: str) -> list[str]:
+    """The many-shoppers table: one row per server, manager count and delivery threads."""
+    rows = [
+        "| Server | Managers | Delivery threads | Answered | Failed | Seconds | Requests/s "
+        "| Threads added, idle | Threads added, peak | RSS per idle manager (B) | RSS per manager after (B) |",
+        "|" + "---|" * 11,
+    ]
+    for record in read_lines(os.path.join(folder, "shoppers.txt"), "shoppers"):
+        fields = ("server", "managers", "delivery", "answered", "failed", "seconds", "rps", "threads_idle",
+                  "threads_peak", "idle_B_per_manager", "after_B_per_manager")
+        rows.append("| " + " | ".join(record.get(field, "?") for field in fields) + " |")
+    return rows
+
+
 def read_lines(path: str, kind: str) -> list[dict]:
     """The key=value fields of every line of path that starts with kind."""
     records = []
@@ -100,7 +114,7 @@ def main() -> int:
     decode = {}
     for impl in ("node", "python"):
         for record in read_lines(os.path.join(folder, f"decode-{impl}.txt"), "decode"):
-            decode[(impl, int(record["offers"]))] = float(record["us_per_offer"])
+            decode[(record.get("impl", impl), int(record["offers"]))] = float(record["us_per_offer"])
 
     rss = defaultdict(lambda: defaultdict(list))
     for record in read_lines(os.path.join(folder, "rss.txt"), "rss"):
@@ -135,14 +149,19 @@ def main() -> int:
             f"| {ratio(library, curl)} | {ratio(library, node)} | {ratio(library, python)} |"
         )
 
-    for size in SIZES:
-        row(
-            f"Offer-list decode, {size:,} offers",
-            "µs/offer",
-            gbench_micro(f"BM_OfferListDecode/{size}", "per_offer"),
-            node=decode.get(("node", size)),
-            python=decode.get(("python", size)),
-        )
+    # The second kind of row decodes a new copy of the text each time, records
+    # freed (the live path), against an idiomatic Node client (JSON.parse and
+    # its own objects kept as they are).
+    decode_rows = (
+        ("", "BM_OfferListDecode", "node", "python"),
+        (", fresh buffer each time (Node: JSON.parse + plain objects)", "BM_OfferListDecodeFreshBuffer",
+         "node-plain", None),
+    )
+    for label, benchmark, node_impl, python_impl in decode_rows:
+        for size in SIZES:
+            row(f"Offer-list decode, {size:,} offers{label}", "µs/offer",
+                gbench_micro(f"{benchmark}/{size}", "per_offer"),
+                node=decode.get((node_impl, size)), python=decode.get((python_impl, size)))
     for size in SIZES:
         row(
             f"… of which answer text → response, {size:,} offers",
@@ -158,7 +177,7 @@ def main() -> int:
     row("… library heap held: the 10,000 records and the kept document storage", "MiB", rss_mib("library", "heap_kib"))
     row("… kept by the decoding thread's JSON parser after the answer", "MiB", rss_mib("library", "parser_kib"))
     for answer, label in (("empty", "empty list"), ("offers100", "100 offers")):
-        for inflight in (1, 8):
+        for inflight in (1, 8, 64):
             for key, unit, name in (("rps", "req/s", "requests/s"), ("p50_us", "µs", "p50 latency"),
                                     ("p99_us", "µs", "p99 latency")):
                 row(
@@ -168,6 +187,12 @@ def main() -> int:
                     curl=e2e_value("curl", answer, inflight, key),
                     node=e2e_value("node", answer, inflight, key),
                 )
+    # The library against its own decode without its transport: the "Library ÷
+    # libcurl" column of these rows is the transport's share.
+    for inflight in (8, 64):
+        row(f"End to end, 100 offers, {inflight} in flight: requests/s, raw libcurl + the library's decode on one thread",
+            "req/s", e2e_value("manager", "offers100", inflight, "rps"),
+            curl=e2e_value("curl+decode", "offers100", inflight, "rps"))
     row("Master data decode (getMasterDataWithCompletionWithCompletion)", "µs/call",
         gbench_micro("BM_MasterData", "per_call"))
     row("Consumer document decode (authenticateConsumerWithUserName)", "µs/call",
@@ -175,6 +200,8 @@ def main() -> int:
     row("Sign-up document build (signUpDocument)", "µs/call", gbench_micro("BM_SignUpDocument", "per_call"))
 
     print("\n".join(rows))
+    print()
+    print("\n".join(shoppers_rows(folder)))
     for failure in failures:
         print(f"report.py: failed: {failure}", file=sys.stderr)
     return 1 if failures else 0

@@ -40,7 +40,7 @@ results=$build/results
 load_start=$(cut -d' ' -f1-3 /proc/loadavg)
 
 say "build ($build, Release)"
-cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=Release -DQVC_BUILD_TESTS=OFF -DQVC_BUILD_SERVICE=OFF -DQVC_BUILD_BENCHMARKS=ON >/dev/null
+cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=Release -DQVC_BUILD_TESTS=OFF -DQVC_BUILD_SERVICE=ON -DQVC_BUILD_BENCHMARKS=ON >/dev/null
 cmake --build "$build" -j "$jobs" >/dev/null
 
 rm -rf "$data" "$results"
@@ -90,6 +90,20 @@ done
 say "end to end over 127.0.0.1 (manager, raw libcurl, Node)"
 "$bin/qvc_bench_e2e" --data-dir "$data" --requests "${BENCH_E2E_REQUESTS:-3000}" --warmup 200 \
   --seconds "${BENCH_E2E_SECONDS:-4}" --repetitions "${BENCH_E2E_REPETITIONS:-5}" >"$results/e2e.txt"
+
+# Many shoppers in one process: N managers made the README way, one offer
+# list each, first against the program's own server, then against
+# qvconsumer-service on a free loopback port (it prints its address).
+say "many shoppers (own server, then qvconsumer-service)"
+"$bin/qvc_bench_shoppers" >"$results/shoppers.txt" || say "many shoppers, own server: some requests failed"
+QVCONSUMER_RESOURCE_DIR=$PWD/resources "$build/service/qvconsumer-service" --port 0 \
+  --app-id bench-app --app-key bench-key >"$results/service-url.txt" 2>"$results/service.err" &
+service_pid=$!
+for _ in $(seq 100); do [ -s "$results/service-url.txt" ] && break; sleep 0.1; done
+"$bin/qvc_bench_shoppers" --service "$(head -1 "$results/service-url.txt")" >>"$results/shoppers.txt" ||
+  say "many shoppers, qvconsumer-service: some requests failed"
+kill "$service_pid"
+wait "$service_pid" || true
 
 load_after=$(cut -d' ' -f1-3 /proc/loadavg)
 compiler=$(sed -n 's/^CMAKE_CXX_COMPILER:[A-Z]*=//p' "$build/CMakeCache.txt")

@@ -1,10 +1,12 @@
 'use strict';
 // Node peer of the offer-list decode benchmark: JSON.parse plus plain objects
 // shaped like the library's records (see offers.js), on the files that
-// qvc_bench_generate writes.
+// qvc_bench_generate writes; beside it, an idiomatic client (impl=node-plain)
+// that keeps JSON.parse's own objects, skipping the entries without an offer.
 //
 //   node decode.js --data-dir DIR [--sizes 100,1000,10000] [--runs 5] [--min-time 0.25]
-//       prints per size: decode impl=node offers=N us_per_offer=X runs=R iterations=I
+//       prints per size and impl (node, node-plain):
+//         decode impl=node offers=N us_per_offer=X runs=R iterations=I
 //       (X is the median of R runs; each run decodes the answer I times)
 //   node decode.js --dump FILE
 //       prints the listing line of every record (compare with qvc_bench_dump)
@@ -39,6 +41,15 @@ function decodeText(text, expected) {
   return offers;
 }
 
+/** The idiomatic client: the parsed answer as it is, entries with an offer. */
+function decodePlain(text, expected) {
+  const offers = JSON.parse(text).filter((entry) => entry !== null && typeof entry.offer === 'object' && entry.offer !== null);
+  if (offers.length !== expected) {
+    throw new Error(`kept ${offers.length} offers instead of ${expected}`);
+  }
+  return offers;
+}
+
 function median(values) {
   const sorted = [...values].sort((a, b) => a - b);
   const middle = sorted.length >> 1;
@@ -49,12 +60,12 @@ function seconds(start) {
   return Number(process.hrtime.bigint() - start) / 1e9;
 }
 
-function measure(text, offers, runs, minTime) {
+function measure(decode, text, offers, runs, minTime) {
   // Warm up (the JIT compiles the decoder) and find how many decodes fill a run.
   let iterations = 1;
   for (;;) {
     const start = process.hrtime.bigint();
-    for (let i = 0; i < iterations; i++) decodeText(text, offers);
+    for (let i = 0; i < iterations; i++) decode(text, offers);
     const elapsed = seconds(start);
     if (elapsed >= minTime) break;
     iterations = elapsed <= 0 ? iterations * 10 : Math.max(iterations + 1, Math.ceil((iterations * minTime * 1.2) / elapsed));
@@ -62,7 +73,7 @@ function measure(text, offers, runs, minTime) {
   const perOffer = [];
   for (let run = 0; run < runs; run++) {
     const start = process.hrtime.bigint();
-    for (let i = 0; i < iterations; i++) decodeText(text, offers);
+    for (let i = 0; i < iterations; i++) decode(text, offers);
     perOffer.push((seconds(start) * 1e6) / iterations / offers);
   }
   return { usPerOffer: median(perOffer), iterations };
@@ -92,10 +103,12 @@ function main() {
   if (!opts.dataDir) throw new Error('give --data-dir, --dump or --rss');
   for (const offers of opts.sizes) {
     const text = fs.readFileSync(path.join(opts.dataDir, `offers-${offers}.json`), 'utf8');
-    const { usPerOffer, iterations } = measure(text, offers, opts.runs, opts.minTime);
-    console.log(
-      `decode impl=node offers=${offers} us_per_offer=${usPerOffer.toFixed(4)} runs=${opts.runs} iterations=${iterations}`,
-    );
+    for (const [impl, decode] of [['node', decodeText], ['node-plain', decodePlain]]) {
+      const { usPerOffer, iterations } = measure(decode, text, offers, opts.runs, opts.minTime);
+      console.log(
+        `decode impl=${impl} offers=${offers} us_per_offer=${usPerOffer.toFixed(4)} runs=${opts.runs} iterations=${iterations}`,
+      );
+    }
   }
 }
 
