@@ -49,6 +49,7 @@
 #include "QVConsumer/QVConsumerManager.h"
 #include "bench/BenchFiles.h"
 #include "bench/BenchManager.h"
+#include "bench/LoopbackListen.h"
 #include "bench/OfferListGenerator.h"
 #include "platform/QVCEnvironment.h"
 #include "platform/QVCPlatformConfiguration.h"
@@ -548,7 +549,7 @@ int main(int argc, char** argv) {
                    response.status = 404;
                    response.set_content(R"({"httpResponseCode":404})", "application/json");
                });
-    const int port = server.bind_to_any_port("127.0.0.1");
+    const int port = qvcbench::listenOnLoopback(server);
     if (port <= 0) {
         std::fprintf(stderr, "qvc_bench_e2e: cannot listen on 127.0.0.1\n");
         return 1;

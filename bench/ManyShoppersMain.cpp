@@ -41,6 +41,7 @@
 #include "QVConsumer/QVConsumerManager.h"
 #include "bench/BenchFiles.h"
 #include "bench/BenchManager.h"
+#include "bench/LoopbackListen.h"
 #include "bench/OfferListGenerator.h"
 #include "platform/QVCEnvironment.h"
 #include "platform/QVCPlatformConfiguration.h"
@@ -134,7 +135,7 @@ public:
                     [this](const httplib::Request&, httplib::Response& response) {
                         response.set_content(answer_, "application/json");
                     });
-        port_ = server_.bind_to_any_port("127.0.0.1");
+        port_ = qvcbench::listenOnLoopback(server_);
         if (port_ <= 0) {
             throw std::runtime_error("the benchmark server could not listen on 127.0.0.1");
         }
