@@ -3,6 +3,8 @@
 #include <httplib.h>
 #include <sys/socket.h>
 
+#include <memory>
+
 namespace qvcbench {
 
 /// Binds server to a free port on 127.0.0.1 and returns the port (0 or less
