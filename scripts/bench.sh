@@ -3,7 +3,7 @@
 # generates the offer-list answers, checks that the library and its peers
 # (Node, Python) read them into the same records, runs every measurement and
 # prints one summary table (also kept as build/bench/results/table.md).
-# Progress goes to stderr, the table to stdout. Takes about six minutes on
+# Progress goes to stderr, the table to stdout. Takes about eight minutes on
 # two cores; every server it starts listens on 127.0.0.1 and stops by itself.
 #
 # Environment: BENCH_REPETITIONS (default 5, Google Benchmark repetitions),
