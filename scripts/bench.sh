@@ -99,6 +99,7 @@ say "many shoppers (own server, then qvconsumer-service)"
 QVCONSUMER_RESOURCE_DIR=$PWD/resources "$build/service/qvconsumer-service" --port 0 \
   --app-id bench-app --app-key bench-key >"$results/service-url.txt" 2>"$results/service.err" &
 service_pid=$!
+trap 'kill "$service_pid" 2>/dev/null || true' EXIT
 for _ in $(seq 100); do [ -s "$results/service-url.txt" ] && break; sleep 0.1; done
 "$bin/qvc_bench_shoppers" --service "$(head -1 "$results/service-url.txt")" >>"$results/shoppers.txt" ||
   say "many shoppers, qvconsumer-service: some requests failed"
