@@ -34,6 +34,7 @@ public:
     /// Status and time of the last answer.
     int status() const { return status_; }
     double milliseconds() const;
+    LoadClock::time_point startedAt() const { return started_; }
 
 private:
     bool answerComplete();

@@ -21,6 +21,7 @@ struct Options {
     std::string appKey = "bench-key";
     std::vector<int> clients{1, 8, 64, 512};
     double seconds = 3;
+    double warmup = 1.5;
     bool redeem = false;
     int connections = 0;
     bool beside = false;
@@ -65,6 +66,7 @@ LoadPlan plan(const Options& options, int clients, std::function<std::string(int
     plan.port = options.port;
     plan.clients = clients;
     plan.seconds = options.seconds;
+    plan.warmupSeconds = options.warmup;
     plan.request = std::move(request);
     return plan;
 }
@@ -84,6 +86,7 @@ void measureClients(const Options& options) {
 void measureHostile(const Options& options) {
     if (options.connections > 0) {
         LoadPlan many = plan(options, options.connections, readRequest(options));
+        many.warmupSeconds = 0;
         printRow(options, "offer list, concurrent connections", many, qvcbench::runLoad(many));
     }
     if (options.beside) {
@@ -122,6 +125,8 @@ int main(int argc, char** argv) {
     app.add_option("--app-key", options.appKey, "X-App-Key sent with every request");
     app.add_option("--clients", options.clients, "kept-alive client counts")->delimiter(',');
     app.add_option("--seconds", options.seconds, "length of each measurement")->check(CLI::Range(0.1, 60.0));
+    app.add_option("--warmup", options.warmup, "seconds of load before measuring (not for --connections)")
+        ->check(CLI::Range(0.0, 10.0));
     app.add_flag("--redeem", options.redeem, "measure redemptions too");
     app.add_option("--connections", options.connections, "concurrent connections reading offers");
     app.add_flag("--beside", options.beside, "one reader alone, then beside 64 idle and 16 slow connections");

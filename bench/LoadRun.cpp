@@ -14,6 +14,10 @@ namespace {
 
 constexpr auto slowByteEvery = std::chrono::milliseconds(500);
 
+LoadClock::duration after(double seconds) {
+    return std::chrono::duration_cast<LoadClock::duration>(std::chrono::duration<double>(seconds));
+}
+
 struct Client {
     LoadConnection connection;
     int index = 0;
@@ -44,6 +48,7 @@ private:
     std::string slowRequest_;
     LoadClock::time_point deadline_;
     LoadClock::time_point lastDrip_;
+    LoadClock::time_point measureFrom_;
     long started_ = 0;
     LoadResult result_;
 };
@@ -82,9 +87,13 @@ void LoadLoop::onEvent(Client& client) {
     }
     if (step == LoadStep::Answered) {
         const bool ok = connection.status() >= 200 && connection.status() < 300;
-        ++(ok ? result_.answered : result_.errors);
         client.answeredOnce = client.answeredOnce || ok;
-        result_.milliseconds.push_back(connection.milliseconds());
+        if (connection.startedAt() >= measureFrom_) {
+            ++(ok ? result_.answered : result_.errors);
+            result_.milliseconds.push_back(connection.milliseconds());
+        } else {
+            result_.errors += ok ? 0 : 1;
+        }
         startNext(client);
     } else if (step == LoadStep::Failed) {
         result_.errors += connection.busy() ? 1 : 0;
@@ -124,7 +133,8 @@ LoadResult LoadLoop::run() {
         slowSent_.push_back(0);
     }
     const auto begin = LoadClock::now();
-    deadline_ = begin + std::chrono::duration_cast<LoadClock::duration>(std::chrono::duration<double>(plan_.seconds));
+    measureFrom_ = begin + after(plan_.warmupSeconds);
+    deadline_ = measureFrom_ + after(plan_.seconds);
     const auto hardStop = deadline_ + std::chrono::seconds(10);
     for (int i = 0; i < plan_.clients; ++i) {
         clients_.push_back(std::make_unique<Client>());
@@ -145,7 +155,7 @@ LoadResult LoadLoop::run() {
             onEvent(*static_cast<Client*>(events[e].data.ptr));
         }
     }
-    result_.seconds = std::chrono::duration<double>(LoadClock::now() - begin).count();
+    result_.seconds = std::chrono::duration<double>(LoadClock::now() - measureFrom_).count();
     for (const auto& client : clients_) {
         result_.errors += client->connection.busy() ? 1 : 0;
         result_.clientsAnswered += client->answeredOnce ? 1 : 0;

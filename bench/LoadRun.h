@@ -15,6 +15,9 @@ struct LoadPlan {
     int idle = 0;
     int slow = 0;
     double seconds = 2.0;
+    /// Answers to requests started earlier (while connections are still being
+    /// set up) are not counted; the connection burst is measured on its own.
+    double warmupSeconds = 0.0;
     long maxRequests = 200000;
     /// The request text a client sends as its n-th request.
     std::function<std::string(int client, long n)> request;
