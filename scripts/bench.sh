@@ -115,3 +115,8 @@ compiler=$(sed -n 's/^CMAKE_CXX_COMPILER:[A-Z]*=//p' "$build/CMakeCache.txt")
   echo
   python3 bench/report.py "$results"
 } | tee "$results/table.md"
+
+# Load benchmark of the reference service against Prism's mock server (its
+# own Release build of the service and the load client, in build/bench-load).
+say "load benchmark of the reference service and Prism"
+./scripts/bench-load.sh | tee -a "$results/table.md"
