@@ -203,31 +203,4 @@ TEST_F(ServiceHostile, ARepeatedRedemptionIsAnsweredAsTheFirstAndMarkedAsAReplay
     EXPECT_EQ(state()["redemptions"].size(), 1u);
 }
 
-TEST_F(ServiceHostile, ASecondServiceOnOneDatabaseFileRefusesToStart) {
-    TemporaryFolder folder;
-    const auto database = (folder.path() / "service.db").string();
-    startService(database);
-    try {
-        QVCReferenceService second(optionsFor(database));
-        ADD_FAILURE() << "a second service opened the database";
-    } catch (const std::runtime_error& refused) {
-        EXPECT_THAT(refused.what(), ::testing::HasSubstr("is in use by another service"));
-    }
-    service.reset();
-    EXPECT_NO_THROW(QVCReferenceService again(optionsFor(database))) << "free again once the first is gone";
-}
-
-TEST_F(ServiceHostile, EmptyCredentialsAreRefusedAtTheStart) {
-    for (const bool emptyID : {true, false}) {
-        auto options = optionsFor(std::nullopt);
-        (emptyID ? options.appID : options.appKey).clear();
-        try {
-            QVCReferenceService refused(std::move(options));
-            ADD_FAILURE() << "started with empty credentials";
-        } catch (const std::invalid_argument& error) {
-            EXPECT_STREQ(error.what(), emptyID ? "--app-id must not be empty" : "--app-key must not be empty");
-        }
-    }
-}
-
 }  // namespace

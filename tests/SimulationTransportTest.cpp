@@ -2,7 +2,6 @@
 #include <fstream>
 #include <future>
 #include <memory>
-#include <thread>
 
 #include "QVConsumer/QVCOffer.h"
 #include "TransportTestSupport.h"
@@ -183,28 +182,6 @@ TEST(SimulationTransport, MayBeReleasedFromItsOwnAnswer) {
         released.set_value();
     });
     ASSERT_EQ(released.get_future().wait_for(std::chrono::seconds(10)), std::future_status::ready);
-}
-
-TEST(SimulationTransport, DestructionCancelsWaitingRequestsOnceEach) {
-    SimulationFileOnDisk file(documentOf({entry("GET", masterData, 1)}));
-    std::mutex gate;
-    std::unique_lock<std::mutex> hold(gate);
-    AnswerCollector collector;
-    auto handler = std::make_unique<QVCSimulationWebServiceHandler>();
-    // The first answer blocks the handler's thread until the handler is being destroyed.
-    sendGet(*handler, masterData, file.path(), [&](const QVCResponse&) { std::lock_guard<std::mutex> wait(gate); });
-    for (int i = 0; i < 5; ++i) {
-        sendGet(*handler, masterData, file.path(), collector.completion());
-    }
-    std::thread destroyer([h = std::move(handler)]() mutable { h.reset(); });
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    hold.unlock();
-    destroyer.join();
-    ASSERT_EQ(collector.answers().size(), 5u);
-    for (const auto& answer : collector.answers()) {
-        EXPECT_EQ(kindOf(answer), QVCErrorResponse::Kind::Cancelled);
-        EXPECT_THAT(describe(answer), HasSubstr("GET " + masterData + ": cancelled"));
-    }
 }
 
 TEST(SimulationTransport, TheManagersStateMayBeUsedFromTheCallersAndTheTransportsThreads) {
